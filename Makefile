@@ -1,0 +1,34 @@
+# Zelvaro: `make demo` and `make test` set up a fresh Debian 12 machine
+# (missing packages are installed), build, and then play or test.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+CMAKE_FLAGS ?=
+
+.PHONY: all setup configure build test demo bench fuzz clean format
+
+all: build
+
+setup:
+	@bash packaging/setup.sh
+
+configure: setup
+	@cmake -S . -B $(BUILD) -G Ninja $(CMAKE_FLAGS)
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+# Every test, under Xvfb and a private D-Bus session bus.
+test: build
+	@bash packaging/run-headless.sh ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+demo: build
+	@bash packaging/demo.sh $(BUILD)
+
+bench: build
+	@bash bench/run.sh $(BUILD)
+
+clean:
+	@rm -rf $(BUILD)
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

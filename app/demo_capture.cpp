@@ -1,0 +1,33 @@
+#include "app/demo_capture.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QTimer>
+#include <QWidget>
+
+#include <cstdio>
+
+namespace zelvaro {
+
+void ArmDemoCapture(QWidget& window) {
+  const QString target = qEnvironmentVariable("ZELVARO_DEMO_SCREENSHOT");
+  if (target.isEmpty()) return;
+  bool ok = false;
+  int seconds = qEnvironmentVariableIntValue("ZELVARO_DEMO_SECONDS", &ok);
+  if (!ok || seconds <= 0) seconds = 4;
+  QTimer::singleShot(seconds * 1000, &window, [&window, target] {
+    // Grab what the screen shows, so OpenGL content and overlays are included.
+    QScreen* screen = window.screen();
+    QPixmap shot = screen != nullptr
+                       ? screen->grabWindow(0, window.mapToGlobal(QPoint(0, 0)).x(),
+                                         window.mapToGlobal(QPoint(0, 0)).y(), window.width(),
+                                         window.height())
+                       : window.grab();
+    const bool saved = shot.save(target, "PNG");
+    std::fprintf(stderr, "%s %s\n", saved ? "Screenshot saved to" : "Could not save screenshot to",
+                 qPrintable(target));
+    QApplication::exit(saved ? 0 : 1);
+  });
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,21 @@
+#include "foundation/text_conversion.h"
+
+namespace zelvaro {
+
+std::string WideToUtf8(QStringView text) {
+  if (text.isEmpty()) return {};
+  QByteArray bytes = text.toUtf8();
+  return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+}
+
+QString Utf8ToWide(std::string_view text) {
+  if (text.empty()) return {};
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString Utf8CStrToWide(const char* text) {
+  if (text == nullptr || *text == '\0') return {};
+  return QString::fromUtf8(text);
+}
+
+}  // namespace zelvaro
