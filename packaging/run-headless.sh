@@ -3,6 +3,10 @@
 # when there is no display, always inside its own session bus, so tests never
 # touch the desktop's bus.
 set -euo pipefail
+if [[ -z "${XDG_RUNTIME_DIR:-}" ]]; then
+  XDG_RUNTIME_DIR=$(mktemp -d /tmp/zelvaro-runtime.XXXXXX)
+  export XDG_RUNTIME_DIR
+fi
 if [[ -z "${DISPLAY:-}" && -z "${WAYLAND_DISPLAY:-}" ]]; then
   exec xvfb-run -a -s "-screen 0 1920x1080x24 -nolisten tcp" dbus-run-session -- "$@"
 fi
