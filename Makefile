@@ -27,6 +27,13 @@ demo: build
 bench: build
 	@bash bench/run.sh $(BUILD)
 
+# libFuzzer targets with AddressSanitizer, in their own build tree;
+# `bash bench/fuzz.sh` runs each of them.
+fuzz:
+	@bash packaging/setup.sh packaging/debian-packages.txt packaging/debian-packages-fuzz.txt
+	@CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DZELVARO_FUZZ=ON
+	@cmake --build build-fuzz --target fuzzers -j $(JOBS)
+
 clean:
 	@rm -rf $(BUILD)
 

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages of packaging/debian-packages.txt that are
-# missing. Runs `apt-get update` once, and only when something is missing.
+# Installs the Debian packages of the given lists (default:
+# packaging/debian-packages.txt) that are missing. Runs `apt-get update` once,
+# and only when something is missing.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-mapfile -t wanted < <(grep -v -E '^\s*(#|$)' "$here/debian-packages.txt")
+lists=("$@")
+[[ ${#lists[@]} -eq 0 ]] && lists=("$here/debian-packages.txt")
+mapfile -t wanted < <(cat "${lists[@]}" | grep -v -E '^\s*(#|$)')
 
 missing=()
 for package in "${wanted[@]}"; do
