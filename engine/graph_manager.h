@@ -1,0 +1,158 @@
+#pragma once
+// GraphManager: the one object that owns playback. It holds the graph (one
+// GStreamer pipeline built by hand, playback_graph.h) for the single current
+// input; it opens and closes it, runs, pauses, stops and seeks it, and hands
+// out position, duration, the keyframe table and what really decodes the
+// input (GetDecoderInfo). An empty CurrentPath() means nothing is open.
+//
+// Threads: every member is called on the interface thread. The recursive
+// lock makes Close, Play, Pause, Stop, Seek, GetDuration, GetPosition and
+// GetDecoderInfo atomic against re-entry; a caller that toggles play and
+// pause holds Lock() around both branches. Decoding and output run on
+// GStreamer's threads: frames go from there to VideoOutput::PresentFrame,
+// and the graph events (kEcComplete at the end of the input, kEcErrorAbort)
+// come back to the interface thread as queued calls of the sink set with
+// SetGraphEventSink, never directly; an event of a graph that has since been
+// closed is dropped.
+//
+// Ownership: GraphManager owns the graph and everything in it. The
+// VideoOutput (the video window and its renderer) is borrowed: the owner
+// sets it and clears it with SetVideoOutput(nullptr) before destroying it.
+// Everything returned is a copy, except Keyframes() and CurrentPath(), valid
+// until the next OpenFile or Close.
+//
+// Times: 100-ns units (int64) inside; seconds (double) at the operations,
+// converted by 10,000,000 with truncation toward zero.
+
+#include "engine/audio_chain.h"
+#include "engine/decoder_info.h"
+#include "engine/decoder_policy.h"
+#include "engine/graph_events.h"
+
+#include <QRect>
+#include <QSize>
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+class QObject;
+
+namespace zelvaro {
+
+class PlaybackGraph;
+class VideoOutput;
+
+class GraphManager {
+ public:
+  // Called on the interface thread with a kEc* code.
+  using GraphEventSink = std::function<void(long eventCode)>;
+
+  explicit GraphManager(VideoOutput* videoOutput = nullptr);
+  ~GraphManager();
+  GraphManager(const GraphManager&) = delete;
+  GraphManager& operator=(const GraphManager&) = delete;
+
+  void SetVideoOutput(VideoOutput* videoOutput);
+  void SetGraphEventSink(GraphEventSink sink);
+  // The factories of the time-stretch and AudioSwitcher stages for the next
+  // builds; an empty name leaves the stage out.
+  void SetAudioStageNames(AudioStageNames names);
+
+  // True when a playable graph stands; it is left stopped on its first frame.
+  bool OpenFile(const QString& path);
+  void Close();
+  // True when the graph runs; false without a graph.
+  bool Play();
+  void Pause();
+  // Stops at position 0; the caller then calls RedrawVideo.
+  void Stop();
+  // snap: land on a keyframe of the table; direction −1, 0, 1 chooses which.
+  bool Seek(double seconds, bool snap, int direction);
+  bool SeekRelative(double deltaSeconds, bool snap);
+  bool SeekPreviousKeyframe();
+  bool SeekNextKeyframe();
+  // Seconds; 0.0 without a graph or when the pipeline cannot say.
+  double GetDuration();
+  double GetPosition();
+  DecoderInfo GetDecoderInfo();
+
+  // Video control: named settings of the renderer and the letterbox.
+  bool SetRotation(int degrees);
+  bool SetFlipHorizontal(bool on);
+  bool SetFlipVertical(bool on);
+  // The client area's size in; the letterboxed picture rectangle out to the
+  // VideoOutput. left and top are not used.
+  bool SetVideoPosition(int left, int top, int width, int height);
+  void RefreshVideoPosition();
+  void RedrawVideo();
+
+  // 0 stopped, 1 paused, 2 running: the last state asked for and granted.
+  int State() const { return state_; }
+  const QString& CurrentPath() const { return currentPath_; }
+  bool HasVideo() const { return hasVideo_; }
+  bool IsUrlInput() const { return isUrlInput_; }
+  bool VideoConnected() const { return videoConnected_; }
+  // The hardware mode of this open (LAV_HWAccel numbering).
+  int HwAccel() const { return hwAccel_; }
+  double FrameRate() const { return frameRate_; }
+  double Speed() const { return speed_; }
+  int Rotation() const { return rotation_; }
+  bool FlipHorizontal() const { return flipHorizontal_; }
+  bool FlipVertical() const { return flipVertical_; }
+  // Sorted keyframe times of the open input, 100 ns; empty when unknown.
+  const std::vector<int64_t>& Keyframes() const { return keyframes_; }
+  std::recursive_mutex& Lock() { return lock_; }
+
+ private:
+  bool BuildGraph(const QString& path);
+  void ScanKeyframes(const QString& path);
+  void ApplyOrientation();
+  // Runs on a GStreamer thread; hops to the interface thread.
+  void PostGraphEvent(uint64_t generation, long eventCode);
+
+  std::unique_ptr<PlaybackGraph> graph_;
+  std::vector<int64_t> keyframes_;
+  std::recursive_mutex lock_;
+  VideoOutput* videoWindowHandle_ = nullptr;
+  int state_ = 0;
+  float volume_ = 0.5f;
+  bool muted_ = false;
+  int rotation_ = 0;
+  bool flipHorizontal_ = false;
+  bool flipVertical_ = false;
+  int hwAccel_ = kHwAccelDefault;
+  double speed_ = 1.0;  // survives Close; applied to the next graph
+  double frameRate_ = 0.0;
+  bool hasVideo_ = false;
+  bool isUrlInput_ = false;
+  bool videoConnected_ = true;
+  QString currentPath_;
+
+  AudioStageNames audioStageNames_;
+  bool lastBuildHardwareFailed_ = false;
+  // The table of the last file read, so a rebuild of the same unchanged file
+  // (software fall-back, retry) does not read its index again.
+  QString keyframeSourcePath_;
+  qint64 keyframeSourceSize_ = -1;
+  qint64 keyframeSourceTimeMs_ = -1;
+  std::vector<int64_t> keyframeSourceTable_;
+
+  GraphEventSink graphEventSink_;
+  uint64_t graphGeneration_ = 0;         // interface thread only
+  std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here
+};
+
+// Whether a path is a network address: it starts, case ignored, with
+// http://, https://, mms://, mmsh://, mmst://, rtsp:// or rtmp://.
+bool IsUrl(QStringView path);
+
+// The program's letterbox: the native picture scaled into width × height,
+// centred, aspect kept. Empty (0, 0, 0, 0) without a usable native size.
+QRect LetterboxRect(QSize native, int width, int height);
+
+}  // namespace zelvaro

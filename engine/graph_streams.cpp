@@ -1,0 +1,258 @@
+// PlaybackGraph: linking the streams parsebin finds, on streaming threads.
+
+#include "engine/playback_graph.h"
+#include "engine/video_sink.h"
+#include "foundation/trace.h"
+
+#include <string_view>
+#include <vector>
+
+namespace zelvaro {
+namespace {
+
+std::string_view MediaType(const GstCaps* caps) {
+  if (caps == nullptr || gst_caps_is_empty(caps) || gst_caps_is_any(caps)) return {};
+  return gst_structure_get_name(gst_caps_get_structure(caps, 0));
+}
+
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
+}
+
+// Raw streams (WAV, Y4M) need no decoder; identity keeps the branch's shape.
+std::string DecoderFactoryFor(const GstCaps* caps, std::string_view rawType) {
+  if (MediaType(caps) == rawType) return "identity";
+  return FindSoftwareDecoder(caps);
+}
+
+void RemoveFromBin(GstBin* bin, const std::vector<GstElement*>& elements) {
+  for (GstElement* element : elements) {
+    if (GST_OBJECT_PARENT(element) != GST_OBJECT(bin)) continue;
+    gst_element_set_state(element, GST_STATE_NULL);
+    gst_bin_remove(bin, element);
+  }
+}
+
+}  // namespace
+
+void PlaybackGraph::OnSourcePadAdded(GstElement*, GstPad* pad, gpointer self) {
+  auto* graph = static_cast<PlaybackGraph*>(self);
+  // One splitter per stream the URL source gives (adaptive streams give several).
+  ElementRef splitter = MakeElement("parsebin");
+  if (!splitter) {
+    Trace("Failed to load: parsebin");
+    graph->DropStream(pad);
+    return;
+  }
+  g_signal_connect(splitter.get(), "pad-added", G_CALLBACK(&PlaybackGraph::OnStreamPadAdded), self);
+  gst_bin_add(GST_BIN(graph->pipeline_.get()), splitter.get());
+  gst_element_sync_state_with_parent(splitter.get());
+  PadRef splitterSink = PadRef::Adopt(gst_element_get_static_pad(splitter.get(), "sink"));
+  if (gst_pad_link(pad, splitterSink.get()) != GST_PAD_LINK_OK) {
+    Trace("Failed to load URL source pad %s", GST_PAD_NAME(pad));
+  }
+  std::lock_guard<std::mutex> guard(graph->mutex_);
+  if (!graph->lavSplitter_) graph->lavSplitter_ = splitter;
+}
+
+void PlaybackGraph::OnStreamPadAdded(GstElement*, GstPad* pad, gpointer self) {
+  auto* graph = static_cast<PlaybackGraph*>(self);
+  {
+    std::lock_guard<std::mutex> guard(graph->mutex_);
+    ++graph->streamPadsSeen_;
+  }
+  // Some parsers expose their pad before its caps are known (MP3, WebM
+  // video): the stream is linked when its caps event passes, which comes
+  // before any data. The probe goes first so a caps event cannot slip by.
+  gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &PlaybackGraph::OnStreamCaps, self,
+                    nullptr);
+  CapsRef caps = CapsRef::Adopt(gst_pad_get_current_caps(pad));
+  if (caps) graph->HandleStream(pad, caps.get());
+}
+
+GstPadProbeReturn PlaybackGraph::OnStreamCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+  GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
+  if (event == nullptr || GST_EVENT_TYPE(event) != GST_EVENT_CAPS) return GST_PAD_PROBE_OK;
+  GstCaps* caps = nullptr;
+  gst_event_parse_caps(event, &caps);
+  static_cast<PlaybackGraph*>(self)->HandleStream(pad, caps);
+  return GST_PAD_PROBE_REMOVE;
+}
+
+void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
+  std::lock_guard<std::mutex> streamGuard(streamMutex_);
+  std::string_view media = MediaType(caps);
+  bool isVideo = StartsWith(media, "video/") || StartsWith(media, "image/");
+  bool isAudio = StartsWith(media, "audio/");
+  // The pad may have been handled already: by its current caps, or by an
+  // earlier caps event (a caps change mid-stream keeps its branch).
+  if (!handledPads_.insert(pad).second) return;
+  bool linkVideo = false;
+  bool linkAudio = false;
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    linkVideo = isVideo && !videoTried_;
+    if (linkVideo) videoTried_ = true;
+    linkAudio = isAudio && !audio_.decoder;
+  }
+  Trace("Rendering pin: %s (%.*s)", GST_PAD_NAME(pad), static_cast<int>(media.size()),
+        media.data());
+  if (linkVideo) {
+    if (!LinkVideoBranch(pad, caps)) {
+      std::lock_guard<std::mutex> guard(mutex_);
+      videoFailed_ = true;
+    }
+  } else if (linkAudio) {
+    if (!LinkAudioBranch(pad, caps)) {
+      std::lock_guard<std::mutex> guard(mutex_);
+      ++failedAudioStreams_;
+    }
+  }
+  // Streams nobody plays are dropped; left unlinked they would stop the demuxer.
+  if (!gst_pad_is_linked(pad)) DropStream(pad);
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    ++handledStreams_;
+  }
+  changed_.notify_all();
+}
+
+bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
+  const GstStructure* structure = gst_caps_get_structure(caps, 0);
+  int width = 0;
+  int height = 0;
+  int rateNum = 0;
+  int rateDen = 1;
+  gst_structure_get_int(structure, "width", &width);
+  gst_structure_get_int(structure, "height", &height);
+  gst_structure_get_fraction(structure, "framerate", &rateNum, &rateDen);
+  if (width >= 1 && height >= 1) Trace("Detected video resolution: %dx%d", width, height);
+
+  int wanted = HwAccelForVideoSize(request_.hwAccel, width, height);
+  VideoDecoderChoice choice = ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height,
+                                                 request_.video, request_.probe);
+  std::string factory =
+      choice.factory.empty() ? DecoderFactoryFor(caps, "video/x-raw") : choice.factory;
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    result_.resolutionOverride = width > 3840 || height > 2160;
+    result_.effectiveHwAccel = choice.hwAccel;
+    result_.videoWidth = width;
+    result_.videoHeight = height;
+    result_.frameRate = rateNum > 0 && rateDen > 0 ? static_cast<double>(rateNum) / rateDen : 0.0;
+  }
+  if (factory.empty()) {
+    Trace("Failed to render pin '%s': no decoder", GST_PAD_NAME(pad));
+    return false;
+  }
+  ElementRef decoder = MakeElement(factory.c_str(), "lav_video");
+  ElementRef convert = MakeElement("videoconvert", "video_convert");
+  if (!decoder || !convert) return false;
+  SetPropertyIfPresent(decoder.get(), "max-threads", static_cast<int>(request_.video.numThreads));
+  ElementRef deinterlace;
+  if (request_.video.deintMode && *request_.video.deintMode != 3) {
+    deinterlace = MakeElement("deinterlace", "video_deinterlace");
+    if (deinterlace) {
+      gst_util_set_object_arg(G_OBJECT(deinterlace.get()), "mode",
+                              *request_.video.deintMode == 2 ? "interlaced" : "auto");
+    }
+  }
+
+  PadRef laneSink;
+  PadRef laneSource;
+  if (!RequestQueueLane(&laneSink, &laneSource)) return false;
+  GstBin* bin = GST_BIN(pipeline_.get());
+  std::vector<GstElement*> chain = {decoder.get()};
+  if (deinterlace) chain.push_back(deinterlace.get());
+  chain.push_back(convert.get());
+  chain.push_back(videoRenderer_->Sink());
+  for (GstElement* element : chain) gst_bin_add(bin, element);
+  bool linked = true;
+  for (size_t i = 0; linked && i + 1 < chain.size(); ++i) {
+    linked = gst_element_link(chain[i], chain[i + 1]);
+  }
+  PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
+  linked = linked && gst_pad_link(laneSource.get(), decoderSink.get()) == GST_PAD_LINK_OK;
+  if (linked) {
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it)
+      gst_element_sync_state_with_parent(*it);
+    // Known before any data flows, so an error of this decoder is recognised.
+    std::lock_guard<std::mutex> guard(mutex_);
+    lavVideo_ = decoder;
+    videoCaps_ = CapsRef::Share(caps);
+    videoDecoderIsHardware_ = !choice.factory.empty();
+  }
+  linked = linked && gst_pad_link(pad, laneSink.get()) == GST_PAD_LINK_OK;
+  if (!linked) {
+    Trace("Failed to render pin '%s' through %s", GST_PAD_NAME(pad), factory.c_str());
+    {
+      std::lock_guard<std::mutex> guard(mutex_);
+      lavVideo_.Reset();
+      videoCaps_.Reset();
+    }
+    RemoveFromBin(bin, chain);
+    ReleaseQueueLane(laneSink);
+    return false;
+  }
+  Trace("Successfully rendered pin: %s (%s)", GST_PAD_NAME(pad), factory.c_str());
+  return true;
+}
+
+bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
+  std::string factory = DecoderFactoryFor(caps, "audio/x-raw");
+  if (factory.empty()) {
+    Trace("Failed to connect Splitter -> LAV Audio: no decoder");
+    return false;
+  }
+  PadRef laneSink;
+  PadRef laneSource;
+  if (!RequestQueueLane(&laneSink, &laneSource)) return false;
+  AudioChain chain;
+  if (!ConnectAudioChain(GST_BIN(pipeline_.get()), laneSource.get(), caps, factory, audioRenderer_,
+                         request_.audioStages, request_.audio, &chain)) {
+    ReleaseQueueLane(laneSink);
+    return false;
+  }
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    audio_ = chain;
+    audioCaps_ = CapsRef::Share(caps);
+  }
+  if (gst_pad_link(pad, laneSink.get()) != GST_PAD_LINK_OK) {
+    // The branch stands but will never preroll: end the build now rather
+    // than at its time-out.
+    Trace("Failed to connect Splitter -> LAV Audio: %s", GST_PAD_NAME(pad));
+    std::lock_guard<std::mutex> guard(mutex_);
+    error_ = true;
+    return false;
+  }
+  Trace("Connected audio chain through %s (renderer: %s)", factory.c_str(),
+        audioRendererIsNull_ ? "null sink" : "desktop");
+  return true;
+}
+
+void PlaybackGraph::DropStream(GstPad* pad) {
+  // A sink, even one that neither syncs nor waits, would block the demuxer
+  // in its preroll while paused; dropping the data at the pad costs nothing
+  // and lets the demuxer go on with the streams that play.
+  gst_pad_add_probe(
+      pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+      [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_DROP; }, nullptr, nullptr);
+}
+
+bool PlaybackGraph::RequestQueueLane(PadRef* sink, PadRef* source) {
+  *sink = PadRef::Adopt(gst_element_request_pad_simple(demuxQueue_.get(), "sink_%u"));
+  if (!*sink) return false;
+  std::string name = GST_PAD_NAME(sink->get());
+  std::string sourceName = "src_" + name.substr(name.find('_') + 1);
+  *source = PadRef::Adopt(gst_element_get_static_pad(demuxQueue_.get(), sourceName.c_str()));
+  if (*source) return true;
+  ReleaseQueueLane(*sink);
+  return false;
+}
+
+void PlaybackGraph::ReleaseQueueLane(const PadRef& sink) {
+  if (sink) gst_element_release_request_pad(demuxQueue_.get(), sink.get());
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,167 @@
+#pragma once
+// PlaybackGraph: one GStreamer pipeline for one input, built by hand. It is
+// what GraphManager's "graph" field holds; GraphManager keeps the policy
+// (retries, fall-backs, state), this class keeps the elements.
+//
+//   source (filesrc, or urisourcebin for URLs) → parsebin ("the splitter")
+//     → multiqueue → video decoder (chosen by the hardware policy)
+//                    → [deinterlace] → videoconvert → appsink → VideoOutput
+//     → multiqueue → audio chain (audio_chain.h) → audio renderer
+//     → every other stream is dropped at its pad (a later stage takes subtitles)
+//
+// Threads: every public member is called on the interface thread. Streams
+// are linked on streaming threads as parsebin finds them; Build waits for
+// that and for the preroll with a time-out. Bus messages are handled
+// synchronously on the thread that posts them; end of stream and errors go
+// to the EventSink given at construction, on that thread, only after a
+// successful Build.
+//
+// Ownership: the graph owns every element; the VideoOutput is borrowed and
+// must stay alive until SetVideoOutput(nullptr) or the graph's destruction.
+
+#include "engine/audio_chain.h"
+#include "engine/decoder_info.h"
+#include "engine/decoder_policy.h"
+#include "engine/decoder_settings.h"
+#include "engine/gst_ref.h"
+
+#include <QSize>
+#include <QString>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace zelvaro {
+
+class VideoOutput;
+class VideoSinkBridge;
+
+struct GraphBuildRequest {
+  QString path;  // a local path or a URL
+  bool isUrl = false;
+  int hwAccel = kHwAccelDefault;
+  VideoDecoderSettings video;
+  SplitterSettings splitter;
+  AudioDecoderSettings audio;
+  AudioStageNames audioStages;
+  DecoderProbe probe = ProbeDecoderFactory;
+  int timeoutMs = 10000;  // for finding the streams and the first picture
+};
+
+struct GraphBuildResult {
+  bool ok = false;  // the graph stands, paused on its first frame
+  bool videoConnected = false;
+  bool audioConnected = false;
+  bool resolutionOverride = false;      // above 3840×2160: hardware mode 5 was forced
+  bool hardwareDecoderFailed = false;   // a hardware video decoder raised the error
+  int effectiveHwAccel = kHwAccelNone;  // the mode that stood after the walk down
+  int videoWidth = 0;
+  int videoHeight = 0;
+  double frameRate = 0.0;  // of the first video stream; 0 when unknown
+};
+
+class PlaybackGraph {
+ public:
+  // Called on a GStreamer thread with 1 (end of stream) or 3 (error abort).
+  using EventSink = std::function<void(long eventCode)>;
+
+  explicit PlaybackGraph(EventSink onEvent);
+  ~PlaybackGraph();
+  PlaybackGraph(const PlaybackGraph&) = delete;
+  PlaybackGraph& operator=(const PlaybackGraph&) = delete;
+
+  // Once per graph. Leaves the pipeline paused on the first frame.
+  GraphBuildResult Build(const GraphBuildRequest& request);
+
+  void SetVideoOutput(VideoOutput* output);
+  QSize NativeVideoSize() const;
+
+  // PAUSED or PLAYING; false when the change failed.
+  bool SetState(GstState state);
+  // A flushing seek. `keyframe`: `time100ns` is a keyframe of the table and
+  // the demuxer lands on it without decoding from an earlier one.
+  bool SetPositions(int64_t time100ns, bool keyframe, double rate);
+  std::optional<int64_t> Position100ns();
+  std::optional<int64_t> Duration100ns();
+  void SetVolume(double volume, bool muted);
+
+  // Codecs, decoders and audio format as negotiated; frameRate left 0.
+  DecoderInfo ReadDecoderInfo() const;
+  // True when the last error came from the video decoder running out of
+  // memory or device resources.
+  bool LastErrorWasOutOfResources() const;
+
+  // The first step of tearing down: the pipeline stops and the renderer
+  // leaves it, so no frame reaches the output any more.
+  void StopAndReleaseRenderer();
+
+ private:
+  static GstBusSyncReply OnBusMessage(GstBus* bus, GstMessage* message, gpointer self);
+  static void OnSourcePadAdded(GstElement* source, GstPad* pad, gpointer self);
+  static void OnStreamPadAdded(GstElement* splitter, GstPad* pad, gpointer self);
+  static GstPadProbeReturn OnStreamCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+
+  bool CreateSource();
+  bool WaitForStreams(std::chrono::steady_clock::time_point deadline);
+  bool HasError() const;
+  void HandleBusMessage(GstMessage* message);
+
+  // Stream linking (graph_streams.cpp), serialised by streamMutex_.
+  void HandleStream(GstPad* pad, GstCaps* caps);
+  bool LinkVideoBranch(GstPad* pad, GstCaps* caps);
+  bool LinkAudioBranch(GstPad* pad, GstCaps* caps);
+  void DropStream(GstPad* pad);
+  // Requests a queue lane; returns its sink and source pads.
+  bool RequestQueueLane(PadRef* sink, PadRef* source);
+  void ReleaseQueueLane(const PadRef& sink);
+
+  EventSink onEvent_;
+  GraphBuildRequest request_;  // fixed once Build starts; read by streaming threads
+  ElementRef pipeline_;        // graph
+  BusRef bus_;
+  ElementRef source_;
+  ElementRef demuxQueue_;
+  std::unique_ptr<VideoSinkBridge> videoRenderer_;
+  VideoOutput* videoOutput_ = nullptr;
+  ElementRef audioRenderer_;  // owned here until the audio chain takes it into the graph
+  bool audioRendererIsNull_ = false;
+  std::atomic<bool> built_{false};
+
+  std::mutex streamMutex_;         // one stream is linked at a time
+  std::set<GstPad*> handledPads_;  // guarded by streamMutex_
+
+  mutable std::mutex mutex_;  // guards the fields below; never held across a GStreamer call
+  std::condition_variable changed_;
+  ElementRef lavSplitter_;  // the first parsebin
+  ElementRef lavVideo_;
+  CapsRef videoCaps_;
+  AudioChain audio_;
+  CapsRef audioCaps_;
+  std::map<GstObject*, int> collectionSizes_;  // streams announced, per parsebin
+  int streamPadsSeen_ = 0;
+  int handledStreams_ = 0;
+  int failedAudioStreams_ = 0;
+  bool videoTried_ = false;
+  bool videoFailed_ = false;
+  bool error_ = false;
+  bool errorOutOfResources_ = false;
+  bool videoDecoderIsHardware_ = false;
+  GraphBuildResult result_;
+
+  // A flushing seek in flight reports its target as the position until the
+  // pipeline has prerolled again (ASYNC_DONE).
+  std::atomic<bool> seekPending_{false};
+  std::atomic<int64_t> seekTarget100ns_{0};
+  std::atomic<int64_t> seekStartMs_{0};
+};
+
+}  // namespace zelvaro

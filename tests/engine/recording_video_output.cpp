@@ -1,0 +1,123 @@
+#include "tests/engine/recording_video_output.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace zelvaro::test {
+
+void RecordingVideoOutput::PresentFrame(VideoFramePtr frame) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  ++frameCount_;
+  lastFrame_ = std::move(frame);
+}
+
+void RecordingVideoOutput::ClearFrame() {
+  std::lock_guard<std::mutex> guard(mutex_);
+  ++clearCount_;
+  lastFrame_.reset();
+}
+
+void RecordingVideoOutput::SetDestinationRect(const QRect& rect) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  destination_ = rect;
+}
+
+bool RecordingVideoOutput::SetInt(std::string_view name, int value) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  settings_.emplace_back(std::string(name), value);
+  return true;
+}
+
+bool RecordingVideoOutput::SetBool(std::string_view name, bool value) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  settings_.emplace_back(std::string(name), value ? 1 : 0);
+  return true;
+}
+
+int RecordingVideoOutput::FrameCount() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return frameCount_;
+}
+
+VideoFramePtr RecordingVideoOutput::LastFrame() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return lastFrame_;
+}
+
+int RecordingVideoOutput::ClearCount() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return clearCount_;
+}
+
+QRect RecordingVideoOutput::DestinationRect() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return destination_;
+}
+
+std::vector<std::pair<std::string, int>> RecordingVideoOutput::Settings() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return settings_;
+}
+
+void RecordingVideoOutput::ForgetSettings() {
+  std::lock_guard<std::mutex> guard(mutex_);
+  settings_.clear();
+}
+
+bool WaitUntil(const std::function<bool()>& condition, int timeoutMs) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!condition()) {
+    if (timer.elapsed() > timeoutMs) return condition();
+    QEventLoop loop;
+    QTimer::singleShot(5, &loop, &QEventLoop::quit);
+    loop.exec();
+  }
+  return true;
+}
+
+QColor PixelColor(const VideoFrame& frame, int x, int y) {
+  int luma = frame.planes[0][y * frame.strides[0] + x];
+  int cb = 0;
+  int cr = 0;
+  if (frame.format == VideoPixelFormat::I420) {
+    cb = frame.planes[1][(y / 2) * frame.strides[1] + x / 2];
+    cr = frame.planes[2][(y / 2) * frame.strides[2] + x / 2];
+  } else {
+    const uint8_t* pair = frame.planes[1] + (y / 2) * frame.strides[1] + (x / 2) * 2;
+    cb = pair[0];
+    cr = pair[1];
+  }
+  bool full = frame.range == VideoColorRange::Full;
+  double yv = full ? luma : (luma - 16) * 255.0 / 219.0;
+  double u = (cb - 128) * (full ? 1.0 : 255.0 / 224.0);
+  double v = (cr - 128) * (full ? 1.0 : 255.0 / 224.0);
+  // Kr and Kb of the frame's matrix.
+  double kr = 0.299;
+  double kb = 0.114;
+  if (frame.matrix == VideoColorMatrix::Bt709) {
+    kr = 0.2126;
+    kb = 0.0722;
+  } else if (frame.matrix == VideoColorMatrix::Bt2020) {
+    kr = 0.2627;
+    kb = 0.0593;
+  }
+  double kg = 1.0 - kr - kb;
+  double r = yv + 2.0 * (1.0 - kr) * v;
+  double b = yv + 2.0 * (1.0 - kb) * u;
+  double g = (yv - kr * r - kb * b) / kg;
+  auto clamp = [](double value) { return std::clamp(static_cast<int>(value + 0.5), 0, 255); };
+  return QColor(clamp(r), clamp(g), clamp(b));
+}
+
+bool NearColor(const QColor& actual, const QColor& expected, int tolerance) {
+  return std::abs(actual.red() - expected.red()) <= tolerance &&
+         std::abs(actual.green() - expected.green()) <= tolerance &&
+         std::abs(actual.blue() - expected.blue()) <= tolerance;
+}
+
+}  // namespace zelvaro::test

@@ -1,0 +1,60 @@
+#pragma once
+// A VideoOutput for engine tests: it is the real consumer of the real
+// pipeline's appsink and records what reaches it (frames from the streaming
+// thread, settings and rectangles from the interface thread), plus the
+// waiting and pixel-reading helpers the tests share.
+
+#include "engine/video_output.h"
+
+#include <QColor>
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zelvaro::test {
+
+class RecordingVideoOutput : public VideoOutput {
+ public:
+  explicit RecordingVideoOutput(QSize clientSize = QSize(1920, 1080)) : clientSize_(clientSize) {}
+
+  void PresentFrame(VideoFramePtr frame) override;
+  void ClearFrame() override;
+  QSize ClientSize() const override { return clientSize_; }
+  void SetDestinationRect(const QRect& rect) override;
+  bool SetInt(std::string_view name, int value) override;
+  bool SetBool(std::string_view name, bool value) override;
+  QImage DisplayedImage() override { return {}; }
+
+  int FrameCount() const;
+  VideoFramePtr LastFrame() const;
+  int ClearCount() const;
+  QRect DestinationRect() const;
+  // Every named setting received, in order: ("rotation", 90), ("flip", 1).
+  std::vector<std::pair<std::string, int>> Settings() const;
+  void ForgetSettings();
+
+ private:
+  QSize clientSize_;
+  mutable std::mutex mutex_;
+  int frameCount_ = 0;
+  VideoFramePtr lastFrame_;
+  int clearCount_ = 0;
+  QRect destination_;
+  std::vector<std::pair<std::string, int>> settings_;
+};
+
+// Runs the Qt event loop in short slices until `condition` holds or
+// `timeoutMs` passes; returns whether it holds.
+bool WaitUntil(const std::function<bool()>& condition, int timeoutMs);
+
+// The colour of a frame's pixel, converted with the frame's own matrix and
+// range.
+QColor PixelColor(const VideoFrame& frame, int x, int y);
+
+// Whether two colours are within `tolerance` on each channel.
+bool NearColor(const QColor& actual, const QColor& expected, int tolerance = 40);
+
+}  // namespace zelvaro::test
