@@ -1,0 +1,110 @@
+#pragma once
+// Library subsystem: the one SQLite file per user that remembers the playlist,
+// the recent files and the favourites ($XDG_DATA_HOME/zelvaro/playlist.db),
+// and what stands on it.
+//
+// Doors of the subsystem:
+// - PlaylistDatabase (this header): the file, its schema, the connection and
+//   every statement of the tables `playlist` and `recent_files`.
+//   library/recent_files.h keeps the in-memory list of the recent menu.
+// - FavoritesDatabase (library/favorites_database.h): favourite groups and
+//   items on a second connection to the same file.
+// - PlaylistModel (library/playlist_model.h): the list behind the playlist
+//   window, with its filter, sorting, moves, series detection and metadata
+//   worker; it talks to its window only through PlaylistView.
+//
+// Threads: every store operation runs on the interface thread. The metadata
+// worker never touches the database. Returned items and strings are values
+// owned by the caller.
+//
+// Failure: the store reports nothing to the user. When the file cannot be
+// opened or is damaged (not a database, a failed integrity check, a failed
+// schema script), the handle stays null, every operation is a no-op that
+// returns empty, false or -1, and the player runs without persistence. The
+// file is never deleted, recreated or written over in that case; Open is
+// retried by the next caller.
+//
+// Two running players share the file: each
+// connection waits up to kBusyTimeoutMs for a lock held by another running
+// player instead of dropping a write; the whole-list save takes the write
+// lock up front (BEGIN IMMEDIATE) and rolls back on any failed step, so the
+// table always holds one whole list; an existing file is checked with
+// "PRAGMA quick_check" before anything is written to it.
+
+#include "library/playlist_item.h"
+#include "library/sqlite_handle.h"
+
+#include <QString>
+#include <QStringView>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace zelvaro {
+
+class PlaylistDatabase {
+ public:
+  static constexpr int kBusyTimeoutMs = 5000;
+  // Run at every open; every object is guarded by IF NOT EXISTS.
+  static const char kSchemaScript[];
+
+  // The process-wide instance, made on first use, closed at exit.
+  static PlaylistDatabase& Instance();
+
+  PlaylistDatabase() = default;
+  PlaylistDatabase(const PlaylistDatabase&) = delete;
+  PlaylistDatabase& operator=(const PlaylistDatabase&) = delete;
+
+  // True at once when the handle is set. Otherwise builds the path from
+  // DataDir() as of now, opens, sets the busy timeout, issues
+  // "PRAGMA foreign_keys = ON;", checks an existing file, and runs the schema
+  // script. Any failure leaves the handle null and returns false.
+  bool Open();
+  void Close();
+  bool IsOpen() const { return db_ != nullptr; }
+  sqlite3* Handle() const { return db_.get(); }
+  // The path of the last Open (empty before the first).
+  QString Path() const { return path_; }
+  // $XDG_DATA_HOME/zelvaro/playlist.db as of now.
+  static QString DefaultPath();
+
+  // -- playlist --
+  // Low 32 bits of the last insert rowid when the step gave SQLITE_DONE (an
+  // ignored duplicate gives the previous rowid), else -1.
+  int32_t InsertItem(const PlaylistItem& item);
+  // Rows in sort_order; empty without a connection or on a failed read.
+  std::vector<PlaylistItem> LoadItems();
+  // The store side of SaveToDatabase: sets each item's sort_order to its
+  // index and replaces the table with the list in one transaction. False
+  // (and the table as it was) when any step fails.
+  bool SaveItems(std::vector<PlaylistItem>& items);
+  bool UpdateDuration(int32_t id, double duration);
+  bool UpdateCodecInfo(int32_t id, QStringView codecInfo);
+
+  // -- recent_files --
+  // -1 without a connection or for an empty path; else as InsertItem.
+  int32_t AddRecentFile(const QString& path);
+  // At most `limit` paths, newest first; rows with a NULL path are skipped.
+  std::vector<QString> LoadRecentFiles(int limit = 10);
+  void RemoveRecentFile(const QString& path);
+  void ClearRecentFiles();
+
+  // Called inside SaveItems after each inserted row, before the commit; the
+  // kill test uses it to stop a process in the middle of a save.
+  void SetSaveRowHookForTesting(std::function<void(int rowsWritten)> hook) {
+    saveRowHook_ = std::move(hook);
+  }
+
+ private:
+  // Closes the connection when a statement found the file damaged, so that
+  // nothing more is written to it.
+  void NoteResult(int resultCode);
+  static void BindItem(sqlite3_stmt* statement, const PlaylistItem& item);
+
+  SqliteConnection db_;
+  QString path_;
+  std::function<void(int)> saveRowHook_;
+};
+
+}  // namespace zelvaro

@@ -1,0 +1,41 @@
+#include "library/recent_files.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+#include <sys/stat.h>
+
+namespace zelvaro {
+
+void RecentFiles::Load() {
+  entries_ = database_.LoadRecentFiles(kMaxEntries);
+}
+
+void RecentFiles::Record(const QString& path) {
+  database_.AddRecentFile(path);
+  auto found = std::find(entries_.begin(), entries_.end(), path);
+  if (found != entries_.end()) entries_.erase(found);
+  entries_.insert(entries_.begin(), path);
+  if (entries_.size() > static_cast<size_t>(kMaxEntries)) entries_.pop_back();
+}
+
+void RecentFiles::RemoveEntry(int index) {
+  if (index < 0 || index >= static_cast<int>(entries_.size())) return;
+  const QString path = entries_[static_cast<size_t>(index)];
+  if (database_.IsOpen() && !path.isEmpty()) database_.RemoveRecentFile(path);
+  entries_.erase(entries_.begin() + index);
+}
+
+void RecentFiles::Clear() {
+  entries_.clear();
+  if (database_.IsOpen()) database_.ClearRecentFiles();
+}
+
+bool PathExists(const QString& path) {
+  if (path.isEmpty()) return false;
+  struct stat info {};
+  return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,106 @@
+#include "tests/library/library_test_support.h"
+
+#include "library/sqlite_handle.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zelvaro::test {
+
+QString LibraryTest::MediaDir() const {
+  const QString dir = home_.Root() + QStringLiteral("/media");
+  if (!mediaDirMade_) mediaDirMade_ = QDir().mkpath(dir);
+  return dir;
+}
+
+QString LibraryTest::MakeFile(const QString& name, int bytes) const {
+  // Plain POSIX calls: some tests make thousands of files.
+  const QString path = MediaDir() + u'/' + name;
+  const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  if (fd < 0) {
+    ADD_FAILURE() << "cannot create " << path.toStdString();
+    return path;
+  }
+  const QByteArray bytesToWrite(bytes, 'x');
+  if (bytes > 0 && ::write(fd, bytesToWrite.constData(), static_cast<size_t>(bytes)) != bytes)
+    ADD_FAILURE() << "cannot write " << path.toStdString();
+  ::close(fd);
+  return path;
+}
+
+std::vector<QString> LibraryTest::MakeFiles(const QStringList& names) const {
+  std::vector<QString> paths;
+  for (const QString& name : names) paths.push_back(MakeFile(name));
+  return paths;
+}
+
+std::vector<QString> LibraryTest::MakeLinkedFiles(const QStringList& names) const {
+  std::vector<QString> paths;
+  if (names.isEmpty()) return paths;
+  paths.push_back(MakeFile(names.front()));
+  const QByteArray target = QFile::encodeName(paths.front());
+  for (qsizetype i = 1; i < names.size(); ++i) {
+    const QString path = MediaDir() + u'/' + names[i];
+    if (::link(target.constData(), QFile::encodeName(path).constData()) != 0)
+      ADD_FAILURE() << "cannot link " << path.toStdString();
+    paths.push_back(path);
+  }
+  return paths;
+}
+
+QByteArray ReadFileBytes(const QString& path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  return file.readAll();
+}
+
+std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql) {
+  std::vector<std::string> rows;
+  sqlite3* raw = nullptr;
+  sqlite3_open_v2(QFile::encodeName(dbPath).constData(), &raw, SQLITE_OPEN_READONLY, nullptr);
+  SqliteConnection db(raw);
+  sqlite3_busy_timeout(db.get(), 5000);
+  SqliteStatement statement = PrepareStatement(db.get(), sql.c_str());
+  if (!statement) {
+    ADD_FAILURE() << "cannot prepare: " << sql << ": " << sqlite3_errmsg(db.get());
+    return rows;
+  }
+  while (sqlite3_step(statement.get()) == SQLITE_ROW) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
+    rows.emplace_back(text == nullptr ? "<null>" : text);
+  }
+  return rows;
+}
+
+bool ExecRaw(const QString& dbPath, const std::string& sql) {
+  sqlite3* raw = nullptr;
+  sqlite3_open_v2(QFile::encodeName(dbPath).constData(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+  SqliteConnection db(raw);
+  sqlite3_busy_timeout(db.get(), 5000);
+  return ExecSql(db.get(), sql.c_str()) == SQLITE_OK;
+}
+
+bool WaitUntil(const std::function<bool()>& condition, int timeoutMs) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!condition()) {
+    if (timer.elapsed() > timeoutMs) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    QThread::msleep(1);
+  }
+  return true;
+}
+
+QStringList PathsOf(const std::vector<PlaylistItem>& items) {
+  QStringList paths;
+  for (const PlaylistItem& item : items) paths << item.file_path;
+  return paths;
+}
+
+}  // namespace zelvaro::test

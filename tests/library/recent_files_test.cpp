@@ -1,0 +1,121 @@
+#include "library/recent_files.h"
+
+#include "library/file_time.h"
+#include "tests/library/library_test_support.h"
+
+#include <QThread>
+
+namespace zelvaro::test {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+class RecentFilesTest : public LibraryTest {
+ protected:
+  void SetUp() override { ASSERT_TRUE(db_.Open()); }
+  int RowCount() {
+    return std::stoi(QueryColumn(DbPath(), "SELECT COUNT(*) FROM recent_files;").at(0));
+  }
+  PlaylistDatabase db_;
+};
+
+TEST_F(RecentFilesTest, ReopeningMovesToTheFrontAndUpdatesTheRow) {
+  RecentFiles recent(db_);
+  recent.Record(u"/m/a.mkv"_s);
+  const auto firstAccess = QueryColumn(DbPath(), "SELECT accessed_at FROM recent_files;");
+  recent.Record(u"/m/b.mkv"_s);
+  QThread::msleep(2);
+  recent.Record(u"/m/a.mkv"_s);
+  EXPECT_EQ(recent.Entries(), (std::vector<QString>{u"/m/a.mkv"_s, u"/m/b.mkv"_s}));
+  EXPECT_EQ(RowCount(), 2);
+  const auto access =
+      QueryColumn(DbPath(), "SELECT accessed_at FROM recent_files WHERE file_path='/m/a.mkv';");
+  EXPECT_GT(std::stoll(access.at(0)), std::stoll(firstAccess.at(0)));
+  EXPECT_EQ(QueryColumn(DbPath(), "SELECT file_name FROM recent_files WHERE file_path='/m/a.mkv';"),
+            std::vector<std::string>{"a.mkv"});
+}
+
+TEST_F(RecentFilesTest, AccessTimeIsAFileTimeOfNow) {
+  const uint64_t before = CurrentFileTime();
+  EXPECT_GT(db_.AddRecentFile(u"/m/a.mkv"_s), 0);
+  const uint64_t after = CurrentFileTime();
+  const uint64_t stored =
+      std::stoull(QueryColumn(DbPath(), "SELECT accessed_at FROM recent_files;").at(0));
+  EXPECT_GE(stored, before);
+  EXPECT_LE(stored, after);
+}
+
+TEST_F(RecentFilesTest, PathsDifferingInCaseAreTwoEntries) {
+  RecentFiles recent(db_);
+  recent.Record(u"/m/Movie.mkv"_s);
+  recent.Record(u"/m/movie.mkv"_s);
+  EXPECT_EQ(recent.Entries().size(), 2u);
+  EXPECT_EQ(RowCount(), 2);
+}
+
+TEST_F(RecentFilesTest, TheListKeepsTenTheTableKeepsAll) {
+  RecentFiles recent(db_);
+  for (int i = 0; i < 12; ++i) {
+    recent.Record(u"/m/%1.mkv"_s.arg(i));
+    QThread::usleep(200);  // distinct access times
+  }
+  ASSERT_EQ(recent.Entries().size(), 10u);
+  EXPECT_EQ(recent.Entries().front(), u"/m/11.mkv"_s);
+  EXPECT_EQ(recent.Entries().back(), u"/m/2.mkv"_s);
+  EXPECT_EQ(RowCount(), 12);
+
+  // After a restart the newest ten come back in the same order; deleting
+  // newer rows brings older ones back into the list.
+  PlaylistDatabase restarted;
+  ASSERT_TRUE(restarted.Open());
+  RecentFiles reloaded(restarted);
+  reloaded.Load();
+  EXPECT_EQ(reloaded.Entries(), recent.Entries());
+  reloaded.RemoveEntry(0);
+  reloaded.RemoveEntry(0);
+  reloaded.Load();
+  ASSERT_EQ(reloaded.Entries().size(), 10u);
+  EXPECT_EQ(reloaded.Entries().front(), u"/m/9.mkv"_s);
+  EXPECT_EQ(reloaded.Entries().back(), u"/m/0.mkv"_s);
+}
+
+TEST_F(RecentFilesTest, RemovingAGoneEntryDeletesItsRow) {
+  RecentFiles recent(db_);
+  recent.Record(u"/m/a.mkv"_s);
+  recent.Record(u"/m/b.mkv"_s);
+  recent.RemoveEntry(1);
+  recent.RemoveEntry(7);  // out of range: nothing
+  EXPECT_EQ(recent.Entries(), std::vector<QString>{u"/m/b.mkv"_s});
+  EXPECT_EQ(QueryColumn(DbPath(), "SELECT file_path FROM recent_files;"),
+            std::vector<std::string>{"/m/b.mkv"});
+}
+
+TEST_F(RecentFilesTest, ClearingTwiceIsHarmless) {
+  RecentFiles recent(db_);
+  recent.Record(u"/m/a.mkv"_s);
+  recent.Clear();
+  EXPECT_TRUE(recent.Entries().empty());
+  EXPECT_EQ(RowCount(), 0);
+  recent.Clear();
+  EXPECT_EQ(RowCount(), 0);
+}
+
+TEST_F(RecentFilesTest, EmptyPathOrClosedStoreGivesMinusOne) {
+  EXPECT_EQ(db_.AddRecentFile(QString()), -1);
+  PlaylistDatabase closed;
+  EXPECT_EQ(closed.AddRecentFile(u"/m/a.mkv"_s), -1);
+  RecentFiles recent(closed);
+  recent.Record(u"/m/a.mkv"_s);  // the list goes on without the table
+  EXPECT_EQ(recent.Entries().size(), 1u);
+  recent.Load();  // a failed read still replaces the list
+  EXPECT_TRUE(recent.Entries().empty());
+}
+
+TEST_F(RecentFilesTest, UrlsAndExistingFilesExist) {
+  EXPECT_TRUE(PathExists(MakeFile(u"here.mkv"_s)));
+  EXPECT_FALSE(PathExists(MediaDir() + u"/gone.mkv"_s));
+  EXPECT_FALSE(PathExists(QString()));
+}
+
+}  // namespace
+}  // namespace zelvaro::test

@@ -1,0 +1,117 @@
+#include "library/series_files.h"
+
+#include "tests/library/library_test_support.h"
+
+#include <QDir>
+
+#include <algorithm>
+
+namespace zelvaro::test {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+QStringList Names(const std::vector<QString>& paths) {
+  QStringList names;
+  for (const QString& path : paths) names << path.mid(path.lastIndexOf(u'/') + 1);
+  return names;
+}
+
+TEST(SeriesNameTest, NormalizeNameDropsSpacesAndBrackets) {
+  EXPECT_EQ(NormalizeName(u"[Sub] Show (2020) - 01_v2"), u"SubShow202001v2"_s);
+  EXPECT_EQ(NormalizeName(u"a.b{c}"), u"a.b{c}"_s);  // only the seven listed characters go
+  EXPECT_EQ(NormalizeName(u" _-()[] "), QString());
+}
+
+TEST(SeriesNameTest, SeriesKeyExamples) {
+  EXPECT_EQ(SeriesKey(u"Show_E01"), u"ShowE01"_s);  // two digits are stepped over
+  EXPECT_EQ(SeriesKey(u"Show 101 final"), u"Show"_s);
+  EXPECT_EQ(SeriesKey(u"Series.1001"), u"Series."_s);  // the point stays in the key
+  EXPECT_EQ(SeriesKey(u"1001 title"), QString());      // a leading run leaves nothing
+  EXPECT_EQ(SeriesKey(u"ab1234"), u"ab"_s);
+  EXPECT_EQ(SeriesKey(u"S01E02 Title 480p"), u"S01E02Title"_s);  // the first 3+ run decides
+  EXPECT_EQ(SeriesKey(u"Mixed Case 123"), u"MixedCase"_s);       // case kept
+  EXPECT_EQ(SeriesKey(u"___"), QString());
+}
+
+class SeriesFilesTest : public LibraryTest {};
+
+TEST_F(SeriesFilesTest, TwoDigitEpisodesAreNotASeries) {
+  const auto paths = MakeFiles({u"Episode 01.mkv"_s, u"Episode 02.mkv"_s});
+  EXPECT_EQ(FindSeriesFiles(paths[0]), std::vector<QString>{paths[0]});
+}
+
+TEST_F(SeriesFilesTest, NumbersAfterAPointSortTheSeries) {
+  const auto paths = MakeFiles({u"Series.1010.mkv"_s, u"Series.1001.mkv"_s, u"Series.1002.mkv"_s,
+                                u"Other.1003.mkv"_s, u"Series.1004.srt"_s});
+  EXPECT_EQ(Names(FindSeriesFiles(paths[1])),
+            (QStringList{u"Series.1001.mkv"_s, u"Series.1002.mkv"_s, u"Series.1010.mkv"_s}));
+}
+
+TEST_F(SeriesFilesTest, LeadingNumbersMatchOnTheRemainder) {
+  const auto paths = MakeFiles(
+      {u"1002 title.mp4"_s, u"1001 Title.mp4"_s, u"1003 other.mp4"_s, u"999 title.mp4"_s});
+  // "999" is a run of three too, so its key is empty as well.
+  EXPECT_EQ(Names(FindSeriesFiles(paths[0])),
+            (QStringList{u"999 title.mp4"_s, u"1001 Title.mp4"_s, u"1002 title.mp4"_s}));
+}
+
+TEST_F(SeriesFilesTest, AShortKeyMatchesNothingNotEvenItself) {
+  const auto paths = MakeFiles({u"ab1234.mkv"_s, u"ab1235.mkv"_s});
+  EXPECT_EQ(FindSeriesFiles(paths[0]), std::vector<QString>{paths[0]});
+}
+
+TEST_F(SeriesFilesTest, KeyComparesExactlyAndExtensionsIgnoreCase) {
+  const auto paths = MakeFiles({u"Show 101.mkv"_s, u"show 102.mkv"_s, u"Show 103.MKV"_s,
+                                u"Show 104.mp4"_s, u"Show 105.txt"_s, u"Show 106"_s});
+  QDir().mkpath(MediaDir() + u"/Show 107.mkv"_s);  // a folder is never an episode
+  EXPECT_EQ(Names(FindSeriesFiles(paths[0])),
+            (QStringList{u"Show 101.mkv"_s, u"Show 103.MKV"_s, u"Show 104.mp4"_s}));
+}
+
+TEST_F(SeriesFilesTest, EpisodeNumberIsTheFirstRunAfterTheKey) {
+  const auto paths =
+      MakeFiles({u"Show 103 part 1.mkv"_s, u"Show 102 part 9.mkv"_s, u"Show 101 part 5.mkv"_s});
+  EXPECT_EQ(
+      Names(FindSeriesFiles(paths[0])),
+      (QStringList{u"Show 101 part 5.mkv"_s, u"Show 102 part 9.mkv"_s, u"Show 103 part 1.mkv"_s}));
+}
+
+TEST_F(SeriesFilesTest, HugeNumbersClampInsteadOfOverflowing) {
+  const auto paths = MakeFiles({u"Show 99999999999999999999.mkv"_s, u"Show 100.mkv"_s});
+  EXPECT_EQ(Names(FindSeriesFiles(paths[0])),
+            (QStringList{u"Show 100.mkv"_s, u"Show 99999999999999999999.mkv"_s}));
+}
+
+TEST_F(SeriesFilesTest, UnsupportedOrOddPathsGiveNothing) {
+  const QString text = MakeFile(u"Show 101.txt"_s);
+  EXPECT_TRUE(FindSeriesFiles(text).empty());
+  EXPECT_TRUE(FindSeriesFiles(u"Show 101.mkv"_s).empty());  // no folder part
+  EXPECT_TRUE(FindSeriesFiles(MediaDir() + u"/noextension"_s).empty());
+  EXPECT_TRUE(FindSeriesFiles(MediaDir() + u"/"_s).empty());
+}
+
+TEST_F(SeriesFilesTest, AnUnreadableFolderGivesThePathAlone) {
+  const QString missing = home_.Root() + u"/no such folder/Show 101.mkv"_s;
+  EXPECT_EQ(FindSeriesFiles(missing), std::vector<QString>{missing});
+}
+
+TEST_F(SeriesFilesTest, TheOpenedFileNeedNotExist) {
+  MakeFiles({u"Show 101.mkv"_s, u"Show 102.mkv"_s});
+  const QString gone = MediaDir() + u"/Show 103.mkv"_s;
+  EXPECT_EQ(Names(FindSeriesFiles(gone)), (QStringList{u"Show 101.mkv"_s, u"Show 102.mkv"_s}));
+}
+
+TEST_F(SeriesFilesTest, TheScanStopsAt5000Records) {
+  QStringList names;
+  for (int i = 0; i < kMaxSeriesFiles + 7; ++i) names << u"Big Show %1.mkv"_s.arg(1000 + i);
+  const auto paths = MakeLinkedFiles(names);
+  const std::vector<QString> series = FindSeriesFiles(paths[0]);
+  ASSERT_EQ(series.size(), static_cast<size_t>(kMaxSeriesFiles));
+  EXPECT_TRUE(std::is_sorted(series.begin(), series.end(), [](const QString& a, const QString& b) {
+    return a.mid(a.lastIndexOf(u' ') + 1).toInt() < b.mid(b.lastIndexOf(u' ') + 1).toInt();
+  }));
+}
+
+}  // namespace
+}  // namespace zelvaro::test
