@@ -1,20 +1,33 @@
+#include "app/application.h"
 #include "app/demo_capture.h"
 #include "app/main_window.h"
-#include "foundation/language_manager.h"
 
 #include <QApplication>
 
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 int main(int argc, char* argv[]) {
   // Non-ASCII paths need the user's locale, not "C", in the C libraries we use.
-  std::setlocale(LC_ALL, "");
+  const char* locale = std::setlocale(LC_ALL, "");
+  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
+    std::setlocale(LC_ALL, "C.UTF-8");
+  }
+  if (std::getenv("DISPLAY") == nullptr && std::getenv("WAYLAND_DISPLAY") == nullptr &&
+      std::getenv("QT_QPA_PLATFORM") == nullptr) {
+    std::fprintf(stderr, "Zelvaro needs a graphical display (DISPLAY or WAYLAND_DISPLAY).\n");
+    return -1;
+  }
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("zelvaro"));
-  zelvaro::LanguageManager::Instance().Initialize();
+  QApplication::setDesktopFileName(QStringLiteral("zelvaro"));
 
-  zelvaro::MainWindow window;
-  window.show();
-  zelvaro::ArmDemoCapture(window);
-  return application.exec();
+  zelvaro::Application& player = zelvaro::Application::Instance();
+  if (!player.Initialize(zelvaro::JoinArguments(QApplication::arguments().mid(1)))) return -1;
+  zelvaro::ArmDemoCapture(*player.mainWindow());
+  const int exitCode = player.Run();
+  player.Shutdown();
+  return exitCode;
 }

@@ -1,30 +1,268 @@
 #include "app/main_window.h"
 
-#include "foundation/language_manager.h"
+#include "app/commands.h"
+#include "app/dpi.h"
+#include "app/osd_overlay.h"
+#include "app/video_renderer.h"
+#include "app/window_globals.h"
+#include "app/window_placement.h"
+#include "engine/graph_manager.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
 
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QMouseEvent>
 #include <QPainter>
+#include <QScreen>
+#include <QWindow>
 
 namespace zelvaro {
+
+bool RememberWindowPos = true;
+int WindowX = -1, WindowY = -1, WindowW = -1, WindowH = -1;
+bool WindowMaximized = false;
+bool SeekbarThumbnailPreview = false;
+bool GlobalMediaKeys = false;
+bool UnregisterOnDeactivate = true;
+QString WelcomeMsg;
+
 namespace {
-constexpr QColor kBackground{0x10, 0x10, 0x12};
-constexpr QColor kCaption{0x80, 0x80, 0x88};
+
+// Design lengths at 96 DPI.
+constexpr int kBorderWidth = 3;
+constexpr int kResizeBand = 6;
+constexpr QSize kDefaultSize{1200, 816};
+constexpr QSize kMinimumSize{200, 100};
+constexpr QColor kBorderColor{0, 0, 0};
+
+void ReadBool(QStringView name, bool* value) {
+  uint32_t stored = 0;
+  if (Settings::GetDword(name, &stored)) *value = stored != 0;
+}
+
+void ReadInt(QStringView name, int* value) {
+  uint32_t stored = 0;
+  if (Settings::GetDword(name, &stored)) *value = static_cast<int32_t>(stored);
+}
+
+std::vector<ScreenArea> Screens() {
+  std::vector<ScreenArea> screens;
+  if (QScreen* primary = QGuiApplication::primaryScreen()) {
+    screens.push_back({primary->geometry(), primary->availableGeometry()});
+  }
+  for (QScreen* screen : QGuiApplication::screens()) {
+    if (screen != QGuiApplication::primaryScreen()) {
+      screens.push_back({screen->geometry(), screen->availableGeometry()});
+    }
+  }
+  return screens;
+}
+
 }  // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QWidget(parent) {
+MainWindow::MainWindow() {
+  setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
   setWindowTitle(QStringLiteral("Zelvaro"));
   setAttribute(Qt::WA_OpaquePaintEvent);
-  setMinimumSize(320, 180);
-  resize(960, 540);
+  setAcceptDrops(true);
+  setMouseTracking(true);
+}
+
+MainWindow::~MainWindow() {
+  // Runs after the event loop, when the window may already have closed.
+  if (graph_) {
+    graph_->Close();
+    graph_->SetVideoOutput(nullptr);
+    graph_.reset();
+  }
+}
+
+void MainWindow::ReadWindowSettings() {
+  ReadBool(setting::kRememberWindowPos, &RememberWindowPos);
+  if (RememberWindowPos) {
+    ReadInt(setting::kWindowX, &WindowX);
+    ReadInt(setting::kWindowY, &WindowY);
+    ReadInt(setting::kWindowW, &WindowW);
+    ReadInt(setting::kWindowH, &WindowH);
+    ReadBool(setting::kWindowMaximized, &WindowMaximized);
+  }
+  ReadBool(setting::kSeekbarThumbnailPreview, &SeekbarThumbnailPreview);
+  ReadBool(setting::kGlobalMediaKeys, &GlobalMediaKeys);
+  ReadBool(setting::kUnregisterOnDeactivate, &UnregisterOnDeactivate);
+  Settings::GetString(setting::kWelcomeMsg, &WelcomeMsg);
+}
+
+bool MainWindow::Create() {
+  ReadWindowSettings();
+  setMinimumSize(Scaled(kMinimumSize.width()), Scaled(kMinimumSize.height()));
+  const std::vector<ScreenArea> screens = Screens();
+  if (screens.empty()) return false;
+  setGeometry(CenteredRect(kDefaultSize, screens.front()));
+
+  videoWindow_ = new VideoRenderer(this);
+  magnetDistance_ = static_cast<int>(Settings::GetDwordOr(setting::kMagnetDistance, 10));
+
+  // The volume and mute settings reach the engine with the audio controls.
+  graph_ = std::make_unique<GraphManager>(videoWindow_);
+  graph_->SetGraphEventSink([this](long eventCode) { OnGraphEvent(eventCode); });
+  osdOverlay_ = new OsdOverlay(videoWindow_);
+
+  connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });
+  connect(&frameTimer_, &QTimer::timeout, this, [this] { OnTimer(1006); });
+  positionTimer_.start(100);
+  frameTimer_.start(16);
+
+  RestorePlacement();
+  LayoutChildren();
+  return true;
+}
+
+void MainWindow::RestorePlacement() {
+  if (!RememberWindowPos || WindowW <= 0 || WindowH <= 0) return;
+  const QRect restored = RestoredWindowRect(QRect(WindowX, WindowY, WindowW, WindowH), Screens());
+  setGeometry(restored);
+  normalGeometry_ = restored;
+  if (WindowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::LayoutChildren() {
+  const int w = width();
+  const int h = height();
+  if (fullscreen_) {
+    if (videoWindow_) {
+      videoWindow_->setGeometry(0, 0, w, h);
+      videoWindow_->lower();
+    }
+  } else if (videoWindow_) {
+    // The title bar and toolbar take their bands when they exist.
+    const int b = Scaled(kBorderWidth);
+    videoWindow_->setGeometry(b, b, w - 2 * b, h - 2 * b);
+  }
+  update();
+}
+
+void MainWindow::resizeEvent(QResizeEvent*) {
+  if (!fullscreen_ && !(windowState() & Qt::WindowMaximized)) normalGeometry_ = geometry();
+  LayoutChildren();
+  if (graph_) graph_->RefreshVideoPosition();
 }
 
 void MainWindow::paintEvent(QPaintEvent*) {
+  if (fullscreen_) return;
   QPainter painter(this);
-  painter.fillRect(rect(), kBackground);
-  QFont font(LanguageManager::GetString(u"App.FontName"));
-  font.setPixelSize(28);
-  painter.setFont(font);
-  painter.setPen(kCaption);
-  painter.drawText(rect(), Qt::AlignCenter, QStringLiteral("Zelvaro"));
+  const int b = Scaled(kBorderWidth);
+  const QRect all = rect();
+  painter.fillRect(QRect(0, 0, all.width(), b), kBorderColor);
+  painter.fillRect(QRect(0, all.height() - b, all.width(), b), kBorderColor);
+  painter.fillRect(QRect(0, 0, b, all.height()), kBorderColor);
+  painter.fillRect(QRect(all.width() - b, 0, b, all.height()), kBorderColor);
+}
+
+Qt::Edges MainWindow::ResizeEdgesAt(const QPoint& position) const {
+  if (fullscreen_ || (windowState() & Qt::WindowMaximized)) return {};
+  const int band = Scaled(kResizeBand);
+  Qt::Edges edges;
+  if (position.y() < band) edges |= Qt::TopEdge;
+  if (position.y() >= height() - band) edges |= Qt::BottomEdge;
+  if (position.x() < band) edges |= Qt::LeftEdge;
+  if (position.x() >= width() - band) edges |= Qt::RightEdge;
+  return edges;
+}
+
+void MainWindow::mouseMoveEvent(QMouseEvent* event) {
+  const Qt::Edges edges = ResizeEdgesAt(event->position().toPoint());
+  if (edges == (Qt::TopEdge | Qt::LeftEdge) || edges == (Qt::BottomEdge | Qt::RightEdge)) {
+    setCursor(Qt::SizeFDiagCursor);
+  } else if (edges == (Qt::TopEdge | Qt::RightEdge) || edges == (Qt::BottomEdge | Qt::LeftEdge)) {
+    setCursor(Qt::SizeBDiagCursor);
+  } else if (edges & (Qt::TopEdge | Qt::BottomEdge)) {
+    setCursor(Qt::SizeVerCursor);
+  } else if (edges & (Qt::LeftEdge | Qt::RightEdge)) {
+    setCursor(Qt::SizeHorCursor);
+  } else {
+    unsetCursor();
+  }
+}
+
+void MainWindow::mousePressEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton) {
+    if (event->button() == Qt::MiddleButton) ToggleFullscreen();
+    return;
+  }
+  const Qt::Edges edges = ResizeEdgesAt(event->position().toPoint());
+  if (edges && windowHandle()) windowHandle()->startSystemResize(edges);
+}
+
+void MainWindow::mouseDoubleClickEvent(QMouseEvent* event) {
+  // The border is client area: a double click there toggles play and pause.
+  if (event->button() == Qt::LeftButton) OnPlayerMessage(WM_PLAYER_PLAY_PAUSE);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  // Closing by the window saves the panels; leaving by the Exit command does not.
+  if (!closing_) SavePanels();
+  Destroy();
+  event->accept();
+}
+
+void MainWindow::Destroy() {
+  if (closing_) return;
+  closing_ = true;
+  SaveWindowAndSettings();
+  positionTimer_.stop();
+  frameTimer_.stop();
+  if (graph_) {
+    graph_->Close();
+    graph_->SetVideoOutput(nullptr);
+  }
+  QGuiApplication::quit();
+}
+
+void MainWindow::SavePanels() {
+  // The playlist, control panel and lyrics panel save their state here as
+  // they join the window.
+}
+
+void MainWindow::SaveWindowAndSettings() {
+  if (RememberWindowPos) {
+    WindowMaximized = (windowState() & Qt::WindowMaximized) != 0;
+    // A fullscreen or maximized window keeps the last normal rectangle.
+    if (!fullscreen_ && !WindowMaximized && normalGeometry_.isValid()) {
+      WindowX = normalGeometry_.x();
+      WindowY = normalGeometry_.y();
+      WindowW = normalGeometry_.width();
+      WindowH = normalGeometry_.height();
+    }
+  }
+  Settings::SetDword(setting::kRememberWindowPos, RememberWindowPos ? 1 : 0);
+  if (RememberWindowPos) {
+    Settings::SetDword(setting::kWindowX, static_cast<uint32_t>(WindowX));
+    Settings::SetDword(setting::kWindowY, static_cast<uint32_t>(WindowY));
+    Settings::SetDword(setting::kWindowW, static_cast<uint32_t>(WindowW));
+    Settings::SetDword(setting::kWindowH, static_cast<uint32_t>(WindowH));
+    Settings::SetDword(setting::kWindowMaximized, WindowMaximized ? 1 : 0);
+  }
+  Settings::SetDword(setting::kSeekbarThumbnailPreview, SeekbarThumbnailPreview ? 1 : 0);
+  Settings::SetDword(setting::kGlobalMediaKeys, GlobalMediaKeys ? 1 : 0);
+  Settings::SetDword(setting::kUnregisterOnDeactivate, UnregisterOnDeactivate ? 1 : 0);
+  Settings::SetString(setting::kWelcomeMsg, WelcomeMsg);
+}
+
+void MainWindow::ToggleFullscreen() {
+  fullscreen_ = !fullscreen_;
+  if (fullscreen_) {
+    showFullScreen();
+  } else {
+    showNormal();
+  }
+  LayoutChildren();
+  if (graph_) graph_->RefreshVideoPosition();
+}
+
+void MainWindow::OnTimer(int) {
+  // Position, A-B loop, lyric line (1001) and OSD fade, spectrum (1006)
+  // join here with the toolbar, OSD and lyrics.
 }
 
 }  // namespace zelvaro

@@ -17,7 +17,7 @@ struct ScreenArea {
 // `screens` is non-empty; the first one is the primary screen.
 QRect RestoredWindowRect(const QRect& stored, const std::vector<ScreenArea>& screens);
 
-// The default: the design size centred on the primary screen.
+// The first-run placement: the default size centred on the primary screen.
 QRect CenteredRect(const QSize& size, const ScreenArea& primary);
 
 }  // namespace zelvaro

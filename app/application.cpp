@@ -1,0 +1,64 @@
+#include "app/application.h"
+
+#include "app/dpi.h"
+#include "app/key_map.h"
+#include "app/main_window.h"
+#include "foundation/language_manager.h"
+
+#include <QApplication>
+#include <QMessageBox>
+
+namespace zelvaro {
+namespace {
+
+void ShowStartupError(QStringView textKey) {
+  QMessageBox::critical(nullptr, LanguageManager::GetString(u"App.Error"),
+                        LanguageManager::GetString(textKey));
+}
+
+}  // namespace
+
+Application& Application::Instance() {
+  static Application instance;
+  return instance;
+}
+
+Application::~Application() = default;
+
+bool Application::Initialize(const QString& commandLine) {
+  if (!commandLine.isEmpty()) {
+    const CommandLine parsed = ParseCommandLine(commandLine);
+    startupFile_ = parsed.file;
+    startFullscreen_ = parsed.fullscreen;
+  }
+  ComputeDpiScale();
+  // Before any visible text.
+  LanguageManager::Instance().Initialize();
+
+  mainWindow_ = std::make_unique<MainWindow>();
+  if (!mainWindow_->Create()) {
+    ShowStartupError(u"App.ErrorMainWindow");
+    mainWindow_.reset();
+    return false;
+  }
+  accelerators_ = std::make_unique<KeyCommandFilter>(
+      mainWindow_.get(), [window = mainWindow_.get()](int id) { window->OnCommand(id); });
+  qApp->installEventFilter(accelerators_.get());
+
+  mainWindow_->show();
+  // The update check joins here when the updater lands.
+  if (!startupFile_.isEmpty()) mainWindow_->OpenFile(startupFile_);
+  // Fullscreen comes after the file, so the window already knows the video.
+  if (startFullscreen_) mainWindow_->ToggleFullscreen();
+  return true;
+}
+
+int Application::Run() { return QApplication::exec(); }
+
+void Application::Shutdown() {
+  if (accelerators_) qApp->removeEventFilter(accelerators_.get());
+  accelerators_.reset();
+  mainWindow_.reset();
+}
+
+}  // namespace zelvaro

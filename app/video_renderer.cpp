@@ -1,0 +1,199 @@
+#include "app/video_renderer.h"
+
+#include "app/subtitle_overlay_source.h"
+#include "app/video_geometry.h"
+#include "app/video_gl_surface.h"
+#include "foundation/trace.h"
+
+#include <QPainter>
+#include <QResizeEvent>
+
+namespace zelvaro {
+namespace {
+
+bool InRange(int value, int limit) {
+  return value >= -limit && value <= limit;
+}
+
+}  // namespace
+
+VideoRenderer::VideoRenderer(QWidget* parent) : QWidget(parent) {
+  setAttribute(Qt::WA_OpaquePaintEvent);
+  if (OpenGlVideoAvailable()) {
+    glSurface_ =
+        new VideoGlSurface([this](const QSize& areaSize) { return SceneForPaint(areaSize); }, this);
+    glSurface_->setGeometry(rect());
+    connect(glSurface_, &VideoGlSurface::Unusable, this, &VideoRenderer::SwitchToPainter,
+            Qt::QueuedConnection);
+    path_ = Path::OpenGl;
+  }
+  Trace("Video renderer: %s path", path_ == Path::OpenGl ? "OpenGL" : "QPainter");
+}
+
+VideoRenderer::~VideoRenderer() {
+  // The surface asks this object for its scene; it must go while this is whole.
+  delete glSurface_;
+}
+
+void VideoRenderer::PresentFrame(VideoFramePtr frame) {
+  if (!frame || !IsFrameUsable(*frame)) {
+    ZELVARO_TRACE_FIRST(5, "Video renderer: dropped an unusable frame (%dx%d, %d planes)",
+                        frame ? frame->width : 0, frame ? frame->height : 0,
+                        frame ? frame->planeCount : 0);
+    return;
+  }
+  {
+    std::lock_guard lock(mailboxMutex_);
+    pendingFrame_ = std::move(frame);
+    pendingReplacesShown_ = true;
+  }
+  // One queued repaint at a time: a slow interface thread sees the newest
+  // frame, not a backlog of calls.
+  if (!repaintQueued_.exchange(true)) {
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+          repaintQueued_ = false;
+          RequestRepaint();
+        },
+        Qt::QueuedConnection);
+  }
+}
+
+void VideoRenderer::ClearFrame() {
+  {
+    std::lock_guard lock(mailboxMutex_);
+    pendingFrame_.reset();
+    pendingReplacesShown_ = true;
+  }
+  shownFrame_.reset();
+  shownScene_ = {};
+  painter_.Forget();
+  RequestRepaint();
+}
+
+QSize VideoRenderer::ClientSize() const {
+  return isVisible() && height() >= 1 ? size() : QSize();
+}
+
+void VideoRenderer::SetDestinationRect(const QRect& rect) {
+  destination_ = rect;
+  destinationSet_ = true;
+  RequestRepaint();
+}
+
+bool VideoRenderer::SetInt(std::string_view name, int value) {
+  if (name == "rotation") {
+    if (!IsRightAngleRotation(value)) return false;
+    rotationDeg_ = value;
+  } else if (name == "brightness" && InRange(value, kColorControlLimit)) {
+    colorControls_.brightness = value;
+  } else if (name == "contrast" && InRange(value, kColorControlLimit)) {
+    colorControls_.contrast = value;
+  } else if (name == "saturation" && InRange(value, kColorControlLimit)) {
+    colorControls_.saturation = value;
+  } else if (name == "hue" && InRange(value, kHueLimitDeg)) {
+    colorControls_.hue = value;
+  } else {
+    return false;
+  }
+  RequestRepaint();
+  return true;
+}
+
+bool VideoRenderer::SetBool(std::string_view name, bool value) {
+  if (name == "flip") {
+    flip_ = value;
+  } else if (name == "cmd_redraw") {
+    if (!value) return true;
+  } else {
+    return false;
+  }
+  RequestRepaint();
+  return true;
+}
+
+QImage VideoRenderer::DisplayedImage() {
+  if (!shownScene_.frame) return {};
+  const QSize size = ReadBackSize(ShownPictureSize(*shownScene_.frame, shownScene_.rotationDeg));
+  if (size.isEmpty()) return {};
+  VideoScene scene = shownScene_;
+  scene.pictureRect = QRect(QPoint(0, 0), size);
+  if (glSurface_) {
+    QImage image = glSurface_->RenderToImage(scene, size);
+    if (!image.isNull()) return image;
+  }
+  QImage image(size, QImage::Format_RGB32);
+  if (image.isNull()) return image;
+  QPainter painter(&image);
+  painter_.Paint(painter, image.rect(), scene);
+  return image;
+}
+
+void VideoRenderer::SetSubtitleOverlaySource(SubtitleOverlaySource* source) {
+  overlaySource_ = source;
+  RequestRepaint();
+}
+
+void VideoRenderer::paintEvent(QPaintEvent*) {
+  if (glSurface_) return;  // the surface covers the whole widget
+  QPainter painter(this);
+  painter_.Paint(painter, rect(), SceneForPaint(size()));
+}
+
+void VideoRenderer::resizeEvent(QResizeEvent* event) {
+  if (glSurface_) glSurface_->setGeometry(QRect(QPoint(0, 0), event->size()));
+}
+
+VideoScene VideoRenderer::SceneForPaint(const QSize& areaSize) {
+  {
+    std::lock_guard lock(mailboxMutex_);
+    if (pendingReplacesShown_) {
+      shownFrame_ = std::move(pendingFrame_);
+      pendingFrame_.reset();
+      pendingReplacesShown_ = false;
+    }
+  }
+  ++paintCount_;
+  VideoScene scene;
+  scene.frame = shownFrame_;
+  if (!shownFrame_) {
+    shownScene_ = {};
+    return scene;
+  }
+  const VideoFrame& frame = *shownFrame_;
+  scene.rotationDeg = rotationDeg_;
+  scene.flip = flip_;
+  const QRect area = destinationSet_ ? destination_ : QRect(QPoint(0, 0), areaSize);
+  scene.pictureRect = FitPicture(area, ShownPictureSize(frame, rotationDeg_));
+  scene.toRgb = MakeYuvToRgbMatrix(frame.matrix, frame.range, colorControls_);
+  if (overlaySource_ && !scene.pictureRect.isEmpty()) {
+    const QSize videoRectSize = (QSizeF(scene.pictureRect.size()) * devicePixelRatioF()).toSize();
+    QImage overlay = overlaySource_->PictureFor(frame.time100ns, videoRectSize);
+    if (!overlay.isNull() && overlay.format() != QImage::Format_ARGB32_Premultiplied) {
+      overlay = overlay.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    }
+    scene.overlay = std::move(overlay);
+  }
+  shownScene_ = scene;
+  return scene;
+}
+
+void VideoRenderer::RequestRepaint() {
+  if (glSurface_) {
+    glSurface_->update();
+  } else {
+    update();
+  }
+}
+
+void VideoRenderer::SwitchToPainter() {
+  if (!glSurface_) return;
+  glSurface_->hide();
+  glSurface_->deleteLater();
+  glSurface_ = nullptr;
+  path_ = Path::Painter;
+  update();
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,107 @@
+#pragma once
+// VideoRenderer: the widget that shows the engine's frames, behind the
+// engine's VideoOutput interface. It owns the newest frame, the picture
+// geometry and the named settings, and shows them with OpenGL (a
+// VideoGlSurface child: planar YUV converted in a fragment shader) or, when
+// OpenGL is missing or cannot run the shaders, with QPainter after a CPU
+// conversion by the same matrix. Both paths draw the same VideoScene.
+//
+// Threads: PresentFrame may come from any thread (a GStreamer streaming
+// thread); it keeps the frame under a mutex and schedules the repaint with a
+// queued call, never touching GL or widgets. Everything else runs on the
+// interface thread. The engine's pointer to this object must be cleared
+// before it is destroyed (see engine/video_output.h).
+//
+// Placement. The destination rectangle is the area the engine allots to the
+// picture (its letterboxing, in this widget's logical pixels). The renderer
+// fits the picture inside it with its shape kept and centred, where the
+// shape is the coded size times the pixel aspect, turned by the rotation. So
+// the engine should letterbox with the displayed size, width and height
+// exchanged at 90 and 270 degrees: the fit then fills its rectangle exactly
+// (a difference of a pixel from truncation is absorbed). A rectangle made
+// with the upright size still shows an undistorted picture, only smaller.
+// Until the engine sets a rectangle, the whole widget is the area.
+//
+// Named settings: "rotation" (int: 0, 90, 180, 270, clockwise), "flip"
+// (bool: left-right mirror of the picture as seen on screen, after the
+// turn), "cmd_redraw" (bool: true repaints the last frame), "brightness",
+// "contrast", "saturation" (int: -100..100) and "hue" (int: -180..180
+// degrees), 0 being neutral. Every change repaints at once, so a paused
+// picture follows the controls.
+
+#include "app/video_painter.h"
+#include "app/video_scene.h"
+#include "app/yuv_convert.h"
+#include "engine/video_output.h"
+
+#include <QWidget>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace zelvaro {
+
+class SubtitleOverlaySource;
+class VideoGlSurface;
+
+class VideoRenderer : public QWidget, public VideoOutput {
+  Q_OBJECT
+ public:
+  enum class Path { OpenGl, Painter };
+
+  explicit VideoRenderer(QWidget* parent = nullptr);
+  ~VideoRenderer() override;
+
+  // VideoOutput.
+  void PresentFrame(VideoFramePtr frame) override;  // any thread
+  void ClearFrame() override;
+  QSize ClientSize() const override;
+  void SetDestinationRect(const QRect& rect) override;
+  bool SetInt(std::string_view name, int value) override;
+  bool SetBool(std::string_view name, bool value) override;
+  // The last shown picture at its display size (pixel aspect and rotation
+  // applied, longest side at most kMaxReadBackSide), mirrored and with the
+  // overlay as on screen, without the letterbox bars. RGB32; null when no
+  // frame is on screen.
+  QImage DisplayedImage() override;
+
+  // The source of the overlay picture; not owned, null for none. Clear it
+  // before the source is destroyed.
+  void SetSubtitleOverlaySource(SubtitleOverlaySource* source);
+
+  Path CurrentPath() const { return path_; }
+  // Paints so far, with or without a frame; for tests and benchmarks.
+  uint64_t PaintCount() const { return paintCount_; }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  VideoScene SceneForPaint(const QSize& areaSize);
+  void RequestRepaint();
+  void SwitchToPainter();
+
+  // Shared with the streaming thread.
+  std::mutex mailboxMutex_;
+  VideoFramePtr pendingFrame_;         // newest frame not yet painted
+  bool pendingReplacesShown_ = false;  // pendingFrame_ (possibly null) is news
+  std::atomic<bool> repaintQueued_{false};
+
+  // Interface thread only.
+  Path path_ = Path::Painter;
+  VideoGlSurface* glSurface_ = nullptr;  // child; null on the painter path
+  VideoPainter painter_;
+  VideoFramePtr shownFrame_;
+  VideoScene shownScene_;  // what the last paint showed, for the read-back
+  QRect destination_;
+  bool destinationSet_ = false;
+  int rotationDeg_ = 0;
+  bool flip_ = false;
+  ColorControls colorControls_;
+  SubtitleOverlaySource* overlaySource_ = nullptr;
+  uint64_t paintCount_ = 0;
+};
+
+}  // namespace zelvaro

@@ -1,0 +1,25 @@
+#pragma once
+// What one paint of the renderer shows, decided once by VideoRenderer and
+// drawn by either the OpenGL or the QPainter path. A plain value; the frame
+// and the overlay are shared, never written.
+
+#include "app/yuv_convert.h"
+#include "engine/video_frame.h"
+
+#include <QImage>
+#include <QRect>
+
+namespace zelvaro {
+
+struct VideoScene {
+  VideoFramePtr frame;  // null: only the background
+  QRect pictureRect;    // where the turned picture goes, logical pixels of the area
+  int rotationDeg = 0;  // clockwise, a right angle
+  bool flip = false;    // left-right mirror as seen on screen
+  YuvToRgbMatrix toRgb;
+  // Premultiplied ARGB32 stretched over pictureRect, upright whatever the
+  // rotation (subtitles read the right way up); null for none.
+  QImage overlay;
+};
+
+}  // namespace zelvaro

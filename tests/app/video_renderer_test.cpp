@@ -1,0 +1,631 @@
+// The video renderer on a real display: real OpenGL (Mesa under Xvfb) and the
+// QPainter path (ZELVARO_NO_OPENGL=1), fed hand-made I420 and NV12 frames and
+// read back from the screen, so a picture counts only once it reached the
+// window.
+
+#include "app/video_renderer.h"
+#include "app/palette.h"
+#include "app/subtitle_overlay_source.h"
+#include "app/video_gl_surface.h"
+
+#include <QScreen>
+#include <QtTest>
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace zelvaro;
+
+namespace {
+
+constexpr int kWaitMs = 5000;
+constexpr int kColourTolerance = 6;  // 8-bit YUV round trip plus filtering
+
+// Saturated but unclipped, so a wrong matrix or range moves some channel by
+// more than ten levels.
+const std::array<QColor, 4> kQuadrants = {QColor(230, 20, 20), QColor(20, 230, 20),
+                                          QColor(20, 20, 230), QColor(235, 235, 235)};
+enum Quadrant { kTopLeft, kTopRight, kBottomLeft, kBottomRight };
+
+struct Encoding {
+  VideoColorMatrix matrix = VideoColorMatrix::Bt601;
+  VideoColorRange range = VideoColorRange::Limited;
+};
+
+// The test's own encoder, written from the standard formulas, not from the
+// renderer's matrix code.
+std::array<uint8_t, 3> EncodeYuv(const QColor& colour, Encoding encoding) {
+  double kr = 0.299, kb = 0.114;
+  if (encoding.matrix == VideoColorMatrix::Bt709) kr = 0.2126, kb = 0.0722;
+  if (encoding.matrix == VideoColorMatrix::Bt2020) kr = 0.2627, kb = 0.0593;
+  const double r = colour.redF(), g = colour.greenF(), b = colour.blueF();
+  const double y = kr * r + (1 - kr - kb) * g + kb * b;
+  const double cb = (b - y) / (2 * (1 - kb)), cr = (r - y) / (2 * (1 - kr));
+  const bool full = encoding.range == VideoColorRange::Full;
+  auto byte = [](double v) { return uint8_t(std::clamp(std::lround(v), 0L, 255L)); };
+  return {byte(full ? 255 * y : 16 + 219 * y), byte(128 + (full ? 255 : 224) * cb),
+          byte(128 + (full ? 255 : 224) * cr)};
+}
+
+struct FrameShape {
+  VideoPixelFormat format = VideoPixelFormat::I420;
+  QSize size{320, 240};
+  Encoding encoding;
+  int pixelAspectNum = 1, pixelAspectDen = 1;
+  int64_t time100ns = 0;
+  bool oddChromaStride = false;  // NV12 only: a stride GL cannot take as a row length
+};
+
+// Planes with padded strides filled with junk, so a renderer that ignores the
+// stride shows it.
+VideoFramePtr MakeFrame(const FrameShape& shape, const std::function<QColor(int, int)>& colourAt) {
+  const int width = shape.size.width(), height = shape.size.height();
+  const int chromaWidth = (width + 1) / 2, chromaHeight = (height + 1) / 2;
+  const bool nv12 = shape.format == VideoPixelFormat::NV12;
+  const int strideY = width + 16;
+  const int strideC = nv12 ? 2 * chromaWidth + 8 + (shape.oddChromaStride ? 1 : 0) : chromaWidth + 8;
+  auto buffer = std::make_shared<std::vector<uint8_t>>(
+      size_t(strideY) * height + size_t(strideC) * chromaHeight * (nv12 ? 1 : 2), 0xEE);
+
+  auto frame = std::make_shared<VideoFrame>();
+  frame->format = shape.format;
+  frame->width = width;
+  frame->height = height;
+  frame->pixelAspectNum = shape.pixelAspectNum;
+  frame->pixelAspectDen = shape.pixelAspectDen;
+  frame->matrix = shape.encoding.matrix;
+  frame->range = shape.encoding.range;
+  frame->time100ns = shape.time100ns;
+  uint8_t* y = buffer->data();
+  uint8_t* u = y + size_t(strideY) * height;
+  uint8_t* v = u + size_t(strideC) * chromaHeight;
+  for (int row = 0; row < height; ++row)
+    for (int x = 0; x < width; ++x)
+      y[row * strideY + x] = EncodeYuv(colourAt(x, row), shape.encoding)[0];
+  for (int row = 0; row < chromaHeight; ++row) {
+    for (int x = 0; x < chromaWidth; ++x) {
+      const auto yuv = EncodeYuv(colourAt(2 * x, 2 * row), shape.encoding);
+      if (nv12) {
+        u[row * strideC + 2 * x] = yuv[1];
+        u[row * strideC + 2 * x + 1] = yuv[2];
+      } else {
+        u[row * strideC + x] = yuv[1];
+        v[row * strideC + x] = yuv[2];
+      }
+    }
+  }
+  frame->planes = {y, u, nv12 ? nullptr : v};
+  frame->strides = {strideY, strideC, nv12 ? 0 : strideC};
+  frame->planeCount = nv12 ? 2 : 3;
+  frame->keepAlive = buffer;
+  return frame;
+}
+
+// Quadrants TL, TR, BL, BR in the given colours.
+VideoFramePtr QuadrantFrame(const FrameShape& shape,
+                            const std::array<QColor, 4>& colours = kQuadrants) {
+  const int halfWidth = shape.size.width() / 2, halfHeight = shape.size.height() / 2;
+  return MakeFrame(shape, [=](int x, int y) {
+    return colours[(y < halfHeight ? 0 : 2) + (x < halfWidth ? 0 : 1)];
+  });
+}
+
+// The quadrant colours in reverse, to tell one frame from the one before.
+const std::array<QColor, 4> kReversed = {kQuadrants[3], kQuadrants[2], kQuadrants[1],
+                                         kQuadrants[0]};
+
+VideoFramePtr UniformFrame(const QColor& colour, FrameShape shape = {}) {
+  return MakeFrame(shape, [=](int, int) { return colour; });
+}
+
+struct Probe {
+  QPoint at;
+  QColor expected;
+};
+using Probes = std::vector<Probe>;
+
+// Centres of the four quadrants of `picture`, holding the given colours.
+Probes QuadrantProbes(const QRect& picture, const std::array<QColor, 4>& colours) {
+  const int left = picture.x() + picture.width() / 4, right = picture.x() + picture.width() * 3 / 4;
+  const int top = picture.y() + picture.height() / 4,
+            bottom = picture.y() + picture.height() * 3 / 4;
+  return {{{left, top}, colours[0]},
+          {{right, top}, colours[1]},
+          {{left, bottom}, colours[2]},
+          {{right, bottom}, colours[3]}};
+}
+
+// The source quadrant seen in each screen quadrant (TL, TR, BL, BR) after a
+// clockwise turn, then a left-right mirror of the result.
+std::array<QColor, 4> TurnedQuadrants(int rotationDeg, bool flip) {
+  std::array<int, 4> source = {kTopLeft, kTopRight, kBottomLeft, kBottomRight};
+  if (rotationDeg == 90) source = {kBottomLeft, kTopLeft, kBottomRight, kTopRight};
+  if (rotationDeg == 180) source = {kBottomRight, kBottomLeft, kTopRight, kTopLeft};
+  if (rotationDeg == 270) source = {kTopRight, kBottomRight, kTopLeft, kBottomLeft};
+  if (flip) source = {source[1], source[0], source[3], source[2]};
+  return {kQuadrants[source[0]], kQuadrants[source[1]], kQuadrants[source[2]],
+          kQuadrants[source[3]]};
+}
+
+QImage GrabScreen(QWidget& widget) {
+  return widget.screen()
+      ->grabWindow(widget.winId())
+      .toImage()
+      .convertToFormat(QImage::Format_RGB32);
+}
+
+bool Near(const QColor& actual, const QColor& expected, int tolerance) {
+  return std::abs(actual.red() - expected.red()) <= tolerance &&
+         std::abs(actual.green() - expected.green()) <= tolerance &&
+         std::abs(actual.blue() - expected.blue()) <= tolerance;
+}
+
+// Empty when every probe matches; otherwise what differed, for the failure message.
+QString Mismatches(const QImage& image, const Probes& probes, int tolerance = kColourTolerance) {
+  QString report;
+  for (const Probe& probe : probes) {
+    if (!image.rect().contains(probe.at)) {
+      report += QStringLiteral("(%1,%2) outside %3x%4; ")
+                    .arg(probe.at.x())
+                    .arg(probe.at.y())
+                    .arg(image.width())
+                    .arg(image.height());
+      continue;
+    }
+    const QColor actual = image.pixelColor(probe.at);
+    if (!Near(actual, probe.expected, tolerance)) {
+      report += QStringLiteral("(%1,%2) is %3 not %4; ")
+                    .arg(probe.at.x())
+                    .arg(probe.at.y())
+                    .arg(actual.name(), probe.expected.name());
+    }
+  }
+  return report;
+}
+
+Probes Background(std::initializer_list<QPoint> points) {
+  Probes probes;
+  for (const QPoint& point : points) probes.push_back({point, kVideoBackground});
+  return probes;
+}
+
+Probes operator+(Probes left, const Probes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// Waits until the window on screen matches every probe; `context` names the
+// case in the failure message.
+#define VERIFY_SHOWN_IN(widget, context, ...)                                             \
+  do {                                                                                    \
+    const Probes probes_ = __VA_ARGS__;                                                   \
+    QString why_;                                                                         \
+    QTRY_VERIFY2_WITH_TIMEOUT((why_ = Mismatches(GrabScreen(widget), probes_)).isEmpty(), \
+                              qPrintable(QString(context) + why_), kWaitMs);              \
+  } while (0)
+#define VERIFY_SHOWN(widget, ...) VERIFY_SHOWN_IN(widget, QString(), __VA_ARGS__)
+
+// An overlay that answers with whatever picture it holds and records the
+// questions.
+class FakeOverlaySource : public SubtitleOverlaySource {
+ public:
+  QImage PictureFor(int64_t time100ns, const QSize& videoRectSize) override {
+    lastTime100ns = time100ns;
+    lastVideoRectSize = videoRectSize;
+    ++calls;
+    return picture;
+  }
+  QImage picture;
+  int64_t lastTime100ns = -1;
+  QSize lastVideoRectSize;
+  int calls = 0;
+};
+
+// Premultiplied white at half cover over the bottom half, nothing above.
+QImage HalfCoverBottom(const QSize& size) {
+  QImage image(size, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  for (int y = size.height() / 2; y < size.height(); ++y) {
+    auto* row = reinterpret_cast<QRgb*>(image.scanLine(y));
+    for (int x = 0; x < size.width(); ++x) row[x] = qRgba(128, 128, 128, 128);
+  }
+  return image;
+}
+
+QColor OverHalfWhite(const QColor& below) {
+  auto over = [](int channel) { return 128 + channel * 127 / 255; };
+  return QColor(over(below.red()), over(below.green()), over(below.blue()));
+}
+
+}  // namespace
+
+Q_DECLARE_METATYPE(VideoPixelFormat)
+Q_DECLARE_METATYPE(VideoColorMatrix)
+Q_DECLARE_METATYPE(VideoColorRange)
+
+class VideoRendererTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase();
+  void cleanup();
+
+  void convertsWithTheStreamMatrix_data();
+  void convertsWithTheStreamMatrix();
+  void placesThePictureInItsRectangle_data() { AddPathRows(); }
+  void placesThePictureInItsRectangle();
+  void rotatesAndMirrors_data() { AddPathRows(); }
+  void rotatesAndMirrors();
+  void readsBackTheShownImage_data() { AddPathRows(); }
+  void readsBackTheShownImage();
+  void redrawsTheLastFrameAndClears_data() { AddPathRows(); }
+  void redrawsTheLastFrameAndClears();
+  void showsFramesFromAStreamingThread_data() { AddPathRows(); }
+  void showsFramesFromAStreamingThread();
+  void survivesMalformedFrames_data() { AddPathRows(); }
+  void survivesMalformedFrames();
+  void laysTheOverlayOverThePicture_data() { AddPathRows(); }
+  void laysTheOverlayOverThePicture();
+  void appliesColourControls_data() { AddPathRows(); }
+  void appliesColourControls();
+  void refusesUnknownSettings();
+
+ private:
+  static void AddPathRows();
+  // A shown, exposed top-level renderer on the path of the current data row.
+  std::unique_ptr<VideoRenderer> ShowRenderer(const QSize& size);
+  void VerifyPath(const VideoRenderer& renderer);
+};
+
+void VideoRendererTest::initTestCase() {
+  // The OpenGL rows must really run on OpenGL; a display without it is a
+  // broken test machine, not a pass.
+  qunsetenv("ZELVARO_NO_OPENGL");
+  QVERIFY2(OpenGlVideoAvailable(), "no OpenGL 3 context on this display");
+}
+
+void VideoRendererTest::cleanup() {
+  qunsetenv("ZELVARO_NO_OPENGL");
+}
+
+void VideoRendererTest::AddPathRows() {
+  QTest::addColumn<bool>("painter");
+  QTest::newRow("opengl") << false;
+  QTest::newRow("painter") << true;
+}
+
+std::unique_ptr<VideoRenderer> VideoRendererTest::ShowRenderer(const QSize& size) {
+  QFETCH(bool, painter);
+  if (painter) {
+    qputenv("ZELVARO_NO_OPENGL", "1");
+  } else {
+    qunsetenv("ZELVARO_NO_OPENGL");
+  }
+  auto renderer = std::make_unique<VideoRenderer>();
+  renderer->resize(size);
+  renderer->show();
+  if (!QTest::qWaitForWindowExposed(renderer.get())) return nullptr;
+  return renderer;
+}
+
+void VideoRendererTest::VerifyPath(const VideoRenderer& renderer) {
+  QFETCH(bool, painter);
+  QCOMPARE(renderer.CurrentPath(),
+           painter ? VideoRenderer::Path::Painter : VideoRenderer::Path::OpenGl);
+}
+
+void VideoRendererTest::convertsWithTheStreamMatrix_data() {
+  QTest::addColumn<bool>("painter");
+  QTest::addColumn<VideoPixelFormat>("format");
+  QTest::addColumn<VideoColorMatrix>("matrix");
+  QTest::addColumn<VideoColorRange>("range");
+  const struct {
+    const char* name;
+    VideoColorMatrix matrix;
+    VideoColorRange range;
+  } encodings[] = {{"bt601-limited", VideoColorMatrix::Bt601, VideoColorRange::Limited},
+                   {"bt709-limited", VideoColorMatrix::Bt709, VideoColorRange::Limited},
+                   {"bt709-full", VideoColorMatrix::Bt709, VideoColorRange::Full},
+                   {"bt2020-full", VideoColorMatrix::Bt2020, VideoColorRange::Full}};
+  for (bool painter : {false, true}) {
+    for (auto format : {VideoPixelFormat::I420, VideoPixelFormat::NV12}) {
+      for (const auto& encoding : encodings) {
+        QTest::addRow("%s/%s/%s", painter ? "painter" : "opengl",
+                      format == VideoPixelFormat::I420 ? "i420" : "nv12", encoding.name)
+            << painter << format << encoding.matrix << encoding.range;
+      }
+    }
+  }
+}
+
+void VideoRendererTest::convertsWithTheStreamMatrix() {
+  QFETCH(VideoPixelFormat, format);
+  QFETCH(VideoColorMatrix, matrix);
+  QFETCH(VideoColorRange, range);
+  auto renderer = ShowRenderer({400, 300});
+  QVERIFY(renderer);
+  renderer->PresentFrame(QuadrantFrame({.format = format, .encoding = {matrix, range}}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::placesThePictureInItsRectangle() {
+  // A wide picture in a tall area: bars above and below, none beside.
+  auto renderer = ShowRenderer({200, 400});
+  QVERIFY(renderer);
+  renderer->PresentFrame(QuadrantFrame({.size = {320, 180}}));
+  const QRect letterboxed(0, 144, 200, 112);  // 180 * 200 / 320 = 112.5, truncated
+  VERIFY_SHOWN(*renderer, QuadrantProbes(letterboxed, kQuadrants) +
+                              Background({{100, 10}, {100, 140}, {100, 260}, {100, 390}}) +
+                              Probes{{{1, 230}, kQuadrants[kBottomLeft]},
+                                     {{198, 160}, kQuadrants[kTopRight]}});
+
+  // The engine's rectangle is where the picture goes, and nowhere else.
+  renderer->resize(400, 300);
+  renderer->SetDestinationRect({40, 30, 160, 90});
+  VERIFY_SHOWN(*renderer, QuadrantProbes({40, 30, 160, 90}, kQuadrants) +
+                              Background({{30, 75}, {210, 75}, {120, 20}, {120, 130}, {300, 200}}));
+
+  // An empty rectangle hides the picture.
+  renderer->SetDestinationRect({});
+  VERIFY_SHOWN(*renderer, Background({{100, 75}, {300, 75}, {100, 225}, {300, 225}}));
+
+  // Pixel aspect 2:1 makes 160x180 coded pixels a 320x180 picture.
+  renderer->SetDestinationRect({0, 0, 400, 300});
+  renderer->PresentFrame(
+      QuadrantFrame({.size = {160, 180}, .pixelAspectNum = 2, .pixelAspectDen = 1}));
+  VERIFY_SHOWN(*renderer,
+               QuadrantProbes({0, 37, 400, 225}, kQuadrants) + Background({{200, 20}, {200, 280}}));
+}
+
+void VideoRendererTest::rotatesAndMirrors() {
+  auto renderer = ShowRenderer({400, 300});
+  QVERIFY(renderer);
+  renderer->PresentFrame(QuadrantFrame({}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+  // No new frame after the first: each setting repaints the picture it has.
+  for (int rotation : {0, 90, 180, 270}) {
+    for (bool flip : {false, true}) {
+      QVERIFY(renderer->SetInt("rotation", rotation));
+      QVERIFY(renderer->SetBool("flip", flip));
+      // A quarter turn shows the 4:3 picture as 3:4: 225x300, bars beside it.
+      const bool quarter = rotation % 180 != 0;
+      const QRect picture = quarter ? QRect(87, 0, 225, 300) : QRect(0, 0, 400, 300);
+      const Probes bars = quarter ? Background({{40, 150}, {360, 150}}) : Probes{};
+      VERIFY_SHOWN_IN(*renderer, QStringLiteral("rotation %1, flip %2: ").arg(rotation).arg(flip),
+                      QuadrantProbes(picture, TurnedQuadrants(rotation, flip)) + bars);
+    }
+  }
+
+  // A wide picture turned upright fills a tall area that would letterbox it
+  // unturned; the engine's rectangle made from the turned size is filled too.
+  renderer->resize(180, 320);
+  renderer->SetBool("flip", false);
+  renderer->SetInt("rotation", 90);
+  renderer->PresentFrame(QuadrantFrame({.size = {320, 180}}));
+  VERIFY_SHOWN(*renderer,
+               QuadrantProbes({0, 0, 180, 320}, TurnedQuadrants(90, false)) +
+                   Probes{{{2, 2}, kQuadrants[kBottomLeft]}, {{177, 317}, kQuadrants[kTopRight]}});
+  renderer->SetDestinationRect({0, 0, 180, 320});
+  renderer->SetBool("cmd_redraw", true);
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 180, 320}, TurnedQuadrants(90, false)));
+}
+
+void VideoRendererTest::readsBackTheShownImage() {
+  auto renderer = ShowRenderer({400, 300});
+  QVERIFY(renderer);
+  QVERIFY(renderer->DisplayedImage().isNull());
+
+  FakeOverlaySource overlay;
+  renderer->SetSubtitleOverlaySource(&overlay);
+  renderer->SetInt("rotation", 90);
+  renderer->SetBool("flip", true);
+  overlay.picture = HalfCoverBottom({225, 300});
+  renderer->PresentFrame(QuadrantFrame({}));
+  // The overlay stays upright over the bottom half, whatever the turn.
+  const auto turned = TurnedQuadrants(90, true);
+  const std::array<QColor, 4> covered = {turned[0], turned[1], OverHalfWhite(turned[2]),
+                                         OverHalfWhite(turned[3])};
+  VERIFY_SHOWN(*renderer, QuadrantProbes({87, 0, 225, 300}, covered));
+
+  // At the picture's own size, without the bars.
+  const QImage image = renderer->DisplayedImage();
+  QCOMPARE(image.size(), QSize(240, 320));
+  const QString why = Mismatches(image, QuadrantProbes(image.rect(), covered));
+  QVERIFY2(why.isEmpty(), qPrintable(why));
+
+  // The read-back follows the pixel aspect.
+  renderer->SetSubtitleOverlaySource(nullptr);
+  renderer->SetInt("rotation", 0);
+  renderer->PresentFrame(
+      QuadrantFrame({.size = {160, 300}, .pixelAspectNum = 2, .pixelAspectDen = 1}, kReversed));
+  const std::array<QColor, 4> reversedMirrored = {kReversed[1], kReversed[0], kReversed[3],
+                                                  kReversed[2]};
+  VERIFY_SHOWN(*renderer, QuadrantProbes({40, 0, 320, 300}, reversedMirrored));
+  QCOMPARE(renderer->DisplayedImage().size(), QSize(320, 300));
+
+  renderer->ClearFrame();
+  QVERIFY(renderer->DisplayedImage().isNull());
+}
+
+void VideoRendererTest::redrawsTheLastFrameAndClears() {
+  auto renderer = ShowRenderer({400, 300});
+  QVERIFY(renderer);
+  renderer->PresentFrame(QuadrantFrame({}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+
+  // A paused picture after the area changed: the engine's new rectangle and a
+  // redraw show the same frame again, without a new one.
+  renderer->resize(300, 300);
+  renderer->SetDestinationRect({0, 37, 300, 225});
+  QVERIFY(renderer->SetBool("cmd_redraw", true));
+  VERIFY_SHOWN(*renderer,
+               QuadrantProbes({0, 37, 300, 225}, kQuadrants) + Background({{150, 15}, {150, 285}}));
+
+  // Cleared means cleared: a later redraw does not bring the old frame back.
+  renderer->ClearFrame();
+  VERIFY_SHOWN(*renderer, Background({{75, 93}, {225, 93}, {75, 205}, {225, 205}}));
+  const uint64_t paints = renderer->PaintCount();
+  QVERIFY(renderer->SetBool("cmd_redraw", true));
+  QTRY_VERIFY_WITH_TIMEOUT(renderer->PaintCount() > paints, kWaitMs);
+  QVERIFY(Mismatches(GrabScreen(*renderer), Background({{75, 93}, {225, 205}})).isEmpty());
+  QVERIFY(renderer->DisplayedImage().isNull());
+
+  // And the next frame shows as usual.
+  renderer->PresentFrame(UniformFrame(kQuadrants[kTopRight]));
+  VERIFY_SHOWN(*renderer,
+               QuadrantProbes({0, 37, 300, 225}, {kQuadrants[kTopRight], kQuadrants[kTopRight],
+                                                  kQuadrants[kTopRight], kQuadrants[kTopRight]}));
+}
+
+void VideoRendererTest::showsFramesFromAStreamingThread() {
+  auto renderer = ShowRenderer({320, 240});
+  QVERIFY(renderer);
+  const QColor first(90, 90, 90);
+  renderer->PresentFrame(UniformFrame(first));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 320, 240}, {first, first, first, first}));
+
+  // Frames made and presented on another thread while this one paints; the
+  // last one, in its own colour, is what stays on screen.
+  constexpr int kFrames = 60;
+  const QColor last(200, 120, 30);
+  std::atomic<bool> done{false};
+  std::thread streaming([&] {
+    for (int i = 0; i < kFrames; ++i) {
+      const QColor colour = i == kFrames - 1 ? last : kQuadrants[i % 4];
+      renderer->PresentFrame(UniformFrame(colour, {.time100ns = i * 400000LL}));
+    }
+    done = true;
+  });
+  QTRY_VERIFY_WITH_TIMEOUT(done.load(), kWaitMs);
+  streaming.join();
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 320, 240}, {last, last, last, last}));
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::survivesMalformedFrames() {
+  auto renderer = ShowRenderer({400, 300});
+  QVERIFY(renderer);
+  renderer->PresentFrame(QuadrantFrame({}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+
+  auto broken = [](std::function<void(VideoFrame&)> damage) {
+    auto frame = std::make_shared<VideoFrame>(*QuadrantFrame({}));
+    damage(*frame);
+    return VideoFramePtr(frame);
+  };
+  const VideoFramePtr malformed[] = {
+      nullptr,
+      broken([](VideoFrame& f) { f.width = f.height = 0; }),
+      broken([](VideoFrame& f) { f.width = -320; }),
+      broken([](VideoFrame& f) { f.height = 100000; }),
+      broken([](VideoFrame& f) { f.planes[2] = nullptr; }),
+      broken([](VideoFrame& f) { f.planeCount = 1; }),
+      broken([](VideoFrame& f) { f.strides[0] = 100; }),
+      broken([](VideoFrame& f) { f.strides[1] = -1; }),
+      broken([](VideoFrame& f) { f.format = VideoPixelFormat(7); }),
+  };
+  for (const VideoFramePtr& frame : malformed) renderer->PresentFrame(frame);
+  // Dropped, and the good frame stays.
+  renderer->SetBool("cmd_redraw", true);
+  const uint64_t paints = renderer->PaintCount();
+  QTRY_VERIFY_WITH_TIMEOUT(renderer->PaintCount() > paints, kWaitMs);
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+
+  // Odd sizes have chroma planes rounded up; a damaged pixel aspect counts as square.
+  renderer->PresentFrame(
+      QuadrantFrame({.size = {321, 241}, .pixelAspectNum = 0, .pixelAspectDen = 0}, kReversed));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kReversed));
+  QCOMPARE(renderer->DisplayedImage().size(), QSize(321, 241));
+
+  // An interleaved chroma stride that is not a whole number of pixels.
+  renderer->PresentFrame(QuadrantFrame(
+      {.format = VideoPixelFormat::NV12, .size = {201, 151}, .oddChromaStride = true}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 400, 300}, kQuadrants));
+
+  // One pixel.
+  renderer->PresentFrame(UniformFrame(kQuadrants[kBottomLeft], {.size = {1, 1}}));
+  VERIFY_SHOWN(*renderer, Probes{{{200, 150}, kQuadrants[kBottomLeft]}});
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::laysTheOverlayOverThePicture() {
+  auto renderer = ShowRenderer({200, 400});
+  QVERIFY(renderer);
+  FakeOverlaySource overlay;
+  overlay.picture = HalfCoverBottom({200, 112});
+  renderer->SetSubtitleOverlaySource(&overlay);
+  renderer->PresentFrame(QuadrantFrame({.size = {320, 180}, .time100ns = 12'345'678}));
+
+  // Over the picture only: the bars below it stay dark.
+  const QRect picture(0, 144, 200, 112);
+  const std::array<QColor, 4> covered = {kQuadrants[0], kQuadrants[1], OverHalfWhite(kQuadrants[2]),
+                                         OverHalfWhite(kQuadrants[3])};
+  VERIFY_SHOWN(*renderer, QuadrantProbes(picture, covered) + Background({{100, 300}, {100, 100}}));
+  QCOMPARE(overlay.lastTime100ns, int64_t{12'345'678});
+  QCOMPARE(overlay.lastVideoRectSize, picture.size());
+
+  // A null picture removes it; a new one replaces it.
+  overlay.picture = QImage();
+  renderer->SetBool("cmd_redraw", true);
+  VERIFY_SHOWN(*renderer, QuadrantProbes(picture, kQuadrants));
+  QImage full(200, 112, QImage::Format_ARGB32_Premultiplied);
+  full.fill(qRgba(128, 128, 128, 128));
+  overlay.picture = full;
+  renderer->SetBool("cmd_redraw", true);
+  VERIFY_SHOWN(
+      *renderer,
+      QuadrantProbes(picture, {OverHalfWhite(kQuadrants[0]), OverHalfWhite(kQuadrants[1]),
+                               OverHalfWhite(kQuadrants[2]), OverHalfWhite(kQuadrants[3])}));
+  renderer->SetSubtitleOverlaySource(nullptr);
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::appliesColourControls() {
+  auto renderer = ShowRenderer({320, 240});
+  QVERIFY(renderer);
+  const QColor grey(100, 100, 100);
+  renderer->PresentFrame(UniformFrame(grey));
+  const QRect all(0, 0, 320, 240);
+  VERIFY_SHOWN(*renderer, QuadrantProbes(all, {grey, grey, grey, grey}));
+
+  // Brightness lifts every channel; at 100 by 100 levels.
+  QVERIFY(renderer->SetInt("brightness", 100));
+  const QColor lifted(200, 200, 200);
+  VERIFY_SHOWN(*renderer, QuadrantProbes(all, {lifted, lifted, lifted, lifted}));
+  QVERIFY(renderer->SetInt("brightness", 0));
+
+  // No saturation leaves the luma of the colour: 0.299 R + 0.587 G + 0.114 B.
+  renderer->PresentFrame(UniformFrame(kQuadrants[kTopLeft]));
+  QVERIFY(renderer->SetInt("saturation", -100));
+  const QColor luma(83, 83, 83);
+  VERIFY_SHOWN(*renderer, QuadrantProbes(all, {luma, luma, luma, luma}));
+
+  // Back to neutral gives the stream's colours again.
+  QVERIFY(renderer->SetInt("saturation", 0));
+  VERIFY_SHOWN(*renderer,
+               QuadrantProbes(all, {kQuadrants[0], kQuadrants[0], kQuadrants[0], kQuadrants[0]}));
+}
+
+void VideoRendererTest::refusesUnknownSettings() {
+  VideoRenderer renderer;
+  QVERIFY(!renderer.SetInt("rotation", 45));
+  QVERIFY(!renderer.SetInt("rotation", 360));
+  QVERIFY(!renderer.SetInt("brightness", 101));
+  QVERIFY(!renderer.SetInt("hue", -181));
+  QVERIFY(renderer.SetInt("hue", -180));
+  QVERIFY(!renderer.SetInt("flip", 1));
+  QVERIFY(!renderer.SetBool("rotation", true));
+  QVERIFY(!renderer.SetBool("mirror", true));
+  QVERIFY(renderer.SetBool("cmd_redraw", false));
+  // Not shown: no area for the engine to letterbox into.
+  QVERIFY(renderer.ClientSize().isEmpty());
+}
+
+QTEST_MAIN(VideoRendererTest)
+#include "video_renderer_test.moc"
