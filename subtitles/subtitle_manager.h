@@ -1,0 +1,115 @@
+#pragma once
+// SubtitleManager: the subtitle pipeline of one playing file. It finds side
+// files, owns the provider (the loaded file, libass), the allocator and the
+// sub-picture queue, keeps the track list, the delay and the enabled flag,
+// and hands the renderer a picture for each frame. It knows nothing of the
+// engine or of windows.
+//
+// Ownership: the engine owns one manager. Pictures from GetSubPic are shared
+// (see subpic.h): the caller may keep one as long as it likes; the pixels
+// stay valid while it does, whatever the manager does meanwhile (Shutdown
+// included). A picture never changes; a different picture means the
+// subtitles changed, so a renderer uploads only when the pointer (or Id(),
+// or Image().cacheKey()) differs from the last one.
+//
+// Threads: every method is safe from any thread. Initialize, Shutdown,
+// LoadSubtitle, ReloadSubtitle, SetDelay, Clear and SetEnabled are the
+// owner's and run one at a time; LoadSubtitle reads and converts without
+// holding what the renderer needs, so it may run on a worker. GetSubPic and
+// SetRenderSize are the renderer's, typically once per frame; they never wait
+// for a load, only for a render or a swap in progress. Lock order inside:
+// queue, provider, libass.
+
+#include "subtitles/subpic.h"
+#include "subtitles/subpic_queue.h"
+#include "subtitles/subtitle_files.h"
+#include "subtitles/subtitle_provider.h"
+#include "subtitles/subtitle_style.h"
+
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace zelvaro {
+
+struct SubtitleTrackInfo {
+  int32_t Id = 0;
+  QString Name;      // the file name without folders
+  QString Language;  // left empty
+  QString Path;
+  bool External = true;
+  bool Selected = true;
+};
+
+class SubtitleManager {
+ public:
+  SubtitleManager();
+  ~SubtitleManager();
+  SubtitleManager(const SubtitleManager&) = delete;
+  SubtitleManager& operator=(const SubtitleManager&) = delete;
+
+  // Creates allocator, provider (style from the settings) and queue for a
+  // video of this size (1920x1080 when not positive); a second call starts
+  // over. The enabled flag is the caller's to set (SubtitleEnabled).
+  bool Initialize(int32_t videoWidth, int32_t videoHeight);
+  // Releases queue, provider and allocator; forgets the tracks.
+  void Shutdown();
+  bool IsInitialized() const;
+
+  void SetEnabled(bool enabled);
+  bool IsEnabled() const;
+
+  // The pixel size the video is shown at; pictures are drawn at this size.
+  // Ignored unless both are positive and it differs from the last; a change
+  // empties the queue.
+  void SetRenderSize(int32_t width, int32_t height);
+
+  // Loads any subtitle file as the one track; false when not initialised or
+  // nothing could be read (the previous subtitle is gone all the same).
+  bool LoadSubtitle(const QString& path);
+  // Reads the current track again with the style from the settings: how a
+  // style change reaches the screen. ASS files keep their own styles.
+  bool ReloadSubtitle();
+  // Absolute delay in milliseconds; positive shows the subtitles earlier.
+  void SetDelay(int64_t delayMs);
+  // The provider's delay; 0 when not initialised.
+  int64_t GetDelay() const;
+  // Empties provider, queue and tracks, keeping the pipeline.
+  void Clear();
+  // Drops every cached picture (after a track change made elsewhere).
+  void InvalidateQueue();
+
+  // A track or cues are loaded.
+  bool HasSubtitle() const;
+  std::vector<SubtitleTrackInfo> GetTracks() const;
+  int32_t GetCurrentTrack() const;  // -1 for none
+
+  // The picture for the video frame at `time100ns`, or null when there is
+  // nothing to show (not initialised, disabled, nothing loaded, or a gap).
+  // Premultiplied BGRA of the render size; GetDirtyRect() says where.
+  std::shared_ptr<const CMemSubPic> GetSubPic(int64_t time100ns);
+
+ private:
+  // With operationMutex_ held.
+  void ShutdownLocked();
+  bool LoadSubtitleLocked(const QString& path);
+
+  std::mutex operationMutex_;      // one owner operation at a time
+  mutable std::mutex stateMutex_;  // the fields below; held only briefly
+  bool initialized_ = false;
+  bool enabled_ = true;
+  QSize videoSize_;
+  QSize renderSize_;
+  std::shared_ptr<CMemSubPicAllocator> allocator_;
+  std::shared_ptr<CSubPicQueue> queue_;
+  std::shared_ptr<CSubtitleProvider> provider_;
+  std::vector<SubtitleTrackInfo> tracks_;
+  int32_t currentTrack_ = -1;
+};
+
+}  // namespace zelvaro

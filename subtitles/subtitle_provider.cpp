@@ -1,0 +1,314 @@
+#include "subtitles/subtitle_provider.h"
+
+#include "foundation/trace.h"
+#include "subtitles/ass_blend.h"
+#include "subtitles/cue_painter.h"
+#include "subtitles/sami_converter.h"
+#include "subtitles/text_decoding.h"
+#include "subtitles/webvtt_reader.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zelvaro {
+
+namespace {
+
+// Times in files are whatever a file says; arithmetic on them saturates
+// instead of overflowing.
+int64_t SaturatingAdd(int64_t a, int64_t b) {
+  int64_t sum = 0;
+  if (!__builtin_add_overflow(a, b, &sum)) return sum;
+  return b > 0 ? INT64_MAX : INT64_MIN;
+}
+
+int64_t MsTo100ns(int64_t ms) {
+  int64_t product = 0;
+  if (!__builtin_mul_overflow(ms, int64_t{10000}, &product)) return product;
+  return ms > 0 ? INT64_MAX : INT64_MIN;
+}
+
+QSize FrameSizeFor(QSize renderSize) {
+  return {renderSize.width() < 1 ? 1920 : renderSize.width(),
+          renderSize.height() <= 0 ? 1080 : renderSize.height()};
+}
+
+}  // namespace
+
+struct CSubtitleProvider::Prepared {
+  SubtitleType Type = SubtitleType::kUnknown;
+  std::unique_ptr<AssContext> Ass;
+  std::vector<SrtCue> Cues;
+  std::vector<SubtitleEvent> Events;
+  EventTimeline Timeline;
+  bool Loaded() const { return Ass != nullptr || !Cues.empty(); }
+};
+
+CSubtitleProvider::CSubtitleProvider() = default;
+
+CSubtitleProvider::~CSubtitleProvider() {
+  Clear();
+}
+
+CSubtitleProvider::Prepared CSubtitleProvider::Prepare(const QString& path, QSize frameSize,
+                                                       const SubtitleStyle& style) {
+  Prepared prepared;
+  const SubtitleType type = DetectSubtitleType(path);
+  Trace("Subtitle type: %d", static_cast<int>(type));
+  std::optional<QByteArray> bytes = ReadSubtitleFile(path);
+  if (!bytes) return prepared;
+  Trace("Subtitle content size: %lld bytes", static_cast<long long>(bytes->size()));
+  const DecodedSubtitleText text = DecodeSubtitleText(
+      std::move(*bytes),
+      type == SubtitleType::kSami ? SubtitleTextKind::kSami : SubtitleTextKind::kGeneric);
+  bytes.reset();
+  Trace("Subtitle encoding: %s", text.Encoding.c_str());
+
+  if (std::unique_ptr<AssContext> ass = CreateAssContext(frameSize)) {
+    bool read = false;
+    switch (type) {
+      case SubtitleType::kSrt:
+      case SubtitleType::kWebVtt:
+      case SubtitleType::kSami: {
+        const std::string script = type == SubtitleType::kSrt ? ConvertSrtToAss(style, text.Utf8)
+                                   : type == SubtitleType::kWebVtt
+                                       ? ConvertWebVttToAss(style, text.Utf8)
+                                       : ConvertSamiToAss(style, text.Utf8);
+        Trace("ASS content size: %zu bytes", script.size());
+        read = ReadAssScript(ass.get(), script);
+        break;
+      }
+      default:
+        read = ReadAssScript(ass.get(), text.Utf8);
+        break;
+    }
+    if (read) {
+      prepared.Type = SubtitleType::kAss;
+      prepared.Ass = std::move(ass);
+    }
+  }
+
+  if (!prepared.Ass) {
+    // What libass refused may still be plain cues.
+    if (type == SubtitleType::kWebVtt)
+      ParseWebVttCues(text.Utf8, &prepared.Cues);
+    else if (type == SubtitleType::kSrt)
+      ParseSrtCues(text.Utf8, &prepared.Cues);
+    if (prepared.Cues.empty()) ParseSrtCues(text.Utf8, &prepared.Cues);
+    if (!prepared.Cues.empty()) prepared.Type = SubtitleType::kSrt;
+    // The same bound on a line as libass gets; the cue painter lays out
+    // the whole text.
+    for (SrtCue& cue : prepared.Cues)
+      if (cue.Text.size() > static_cast<qsizetype>(kMaxAssEventTextBytes))
+        cue.Text.truncate(static_cast<qsizetype>(kMaxAssEventTextBytes));
+  }
+  if (!prepared.Loaded()) return prepared;
+
+  std::vector<std::pair<int64_t, int64_t>> intervals;
+  if (prepared.Ass) {
+    const ASS_Track* track = prepared.Ass->Track.get();
+    intervals.reserve(static_cast<size_t>(track->n_events));
+    for (int i = 0; i < track->n_events; ++i) {
+      const ASS_Event& event = track->events[i];
+      intervals.emplace_back(event.Start, SaturatingAdd(event.Start, event.Duration));
+    }
+  } else {
+    intervals.reserve(prepared.Cues.size());
+    for (const SrtCue& cue : prepared.Cues) intervals.emplace_back(cue.StartMs, cue.EndMs);
+  }
+  prepared.Events.reserve(intervals.size());
+  for (const auto& [start, stop] : intervals)
+    prepared.Events.push_back({MsTo100ns(start), MsTo100ns(stop)});
+  std::stable_sort(
+      prepared.Events.begin(), prepared.Events.end(),
+      [](const SubtitleEvent& a, const SubtitleEvent& b) { return a.Start < b.Start; });
+  prepared.Timeline.Build(intervals);
+  Trace("Total events loaded: %zu", prepared.Events.size());
+  return prepared;
+}
+
+bool CSubtitleProvider::Load(const QString& path) {
+  QSize frameSize;
+  SubtitleStyle style;
+  {
+    std::lock_guard lock(mutex_);
+    Clear();
+    frameSize = FrameSizeFor(renderSize_);
+    style = style_;
+  }
+  Prepared prepared = Prepare(path, frameSize, style);
+  const bool loaded = prepared.Loaded();
+
+  std::lock_guard lock(mutex_);
+  std::lock_guard assLock(assMutex_);
+  if (loaded) {
+    // The render size may have changed while the file was read.
+    const QSize currentSize = FrameSizeFor(renderSize_);
+    if (prepared.Ass && prepared.Ass->FrameSize != currentSize) {
+      prepared.Ass->FrameSize = currentSize;
+      ass_set_frame_size(prepared.Ass->Renderer.get(), currentSize.width(), currentSize.height());
+    }
+    type_ = prepared.Type;
+    ass_ = std::move(prepared.Ass);
+    cues_ = std::move(prepared.Cues);
+    events_ = std::move(prepared.Events);
+    timeline_ = std::move(prepared.Timeline);
+  }
+  ContentChanged();
+  return loaded;
+}
+
+void CSubtitleProvider::Clear() {
+  std::lock_guard lock(mutex_);
+  std::unique_ptr<AssContext> old;
+  {
+    std::lock_guard assLock(assMutex_);
+    old = std::move(ass_);
+  }
+  cues_.clear();
+  events_.clear();
+  timeline_.Clear();
+  type_ = SubtitleType::kUnknown;
+  ContentChanged();
+}
+
+SubtitleType CSubtitleProvider::GetType() const {
+  std::lock_guard lock(mutex_);
+  return type_;
+}
+
+bool CSubtitleProvider::HasSubtitle() const {
+  std::lock_guard lock(mutex_);
+  return ass_ != nullptr || !cues_.empty();
+}
+
+void CSubtitleProvider::SetStyle(const SubtitleStyle& style) {
+  std::lock_guard lock(mutex_);
+  style_ = style;
+}
+
+SubtitleStyle CSubtitleProvider::GetStyle() const {
+  std::lock_guard lock(mutex_);
+  return style_;
+}
+
+void CSubtitleProvider::SetDelay(int64_t delayMs) {
+  // A delay of more than a few decades is a bug somewhere else; bounded, the
+  // time arithmetic can't overflow.
+  constexpr int64_t kMaxDelayMs = 1'000'000'000'000;
+  std::lock_guard lock(mutex_);
+  delayMs_ = std::clamp(delayMs, -kMaxDelayMs, kMaxDelayMs);
+  ContentChanged();
+}
+
+int64_t CSubtitleProvider::GetDelay() const {
+  std::lock_guard lock(mutex_);
+  return delayMs_;
+}
+
+void CSubtitleProvider::SetRenderSize(QSize size) {
+  std::lock_guard lock(mutex_);
+  renderSize_ = size;
+  std::lock_guard assLock(assMutex_);
+  const QSize frameSize = FrameSizeFor(size);
+  if (!ass_ || ass_->FrameSize == frameSize) return;
+  ass_->FrameSize = frameSize;
+  ass_set_frame_size(ass_->Renderer.get(), frameSize.width(), frameSize.height());
+  Trace("libass: frame=%dx%d", frameSize.width(), frameSize.height());
+  ContentChanged();
+}
+
+QSize CSubtitleProvider::GetRenderSize() const {
+  std::lock_guard lock(mutex_);
+  return renderSize_;
+}
+
+size_t CSubtitleProvider::GetEventCount() const {
+  std::lock_guard lock(mutex_);
+  return events_.size();
+}
+
+size_t CSubtitleProvider::GetStartPosition(int64_t time100ns) const {
+  std::lock_guard lock(mutex_);
+  for (size_t i = 0; i < events_.size(); ++i)
+    if (events_[i].Stop > time100ns) return i + 1;
+  return 0;
+}
+
+size_t CSubtitleProvider::GetNext(size_t position) const {
+  std::lock_guard lock(mutex_);
+  return position != 0 && position < events_.size() ? position + 1 : 0;
+}
+
+int64_t CSubtitleProvider::GetStart(size_t position) const {
+  std::lock_guard lock(mutex_);
+  return position >= 1 && position <= events_.size() ? events_[position - 1].Start : 0;
+}
+
+int64_t CSubtitleProvider::GetStop(size_t position) const {
+  std::lock_guard lock(mutex_);
+  return position >= 1 && position <= events_.size() ? events_[position - 1].Stop : 0;
+}
+
+int64_t CSubtitleProvider::SubtitleTimeMs(int64_t time100ns) const {
+  return std::max<int64_t>(0, SaturatingAdd(delayMs_, time100ns / 10000));
+}
+
+SubPicWindow CSubtitleProvider::WindowAt(int64_t time100ns) const {
+  const auto segment = timeline_.SegmentAt(SubtitleTimeMs(time100ns));
+  if (!segment) return {time100ns, time100ns};
+  // A segment from subtitle time 0 also holds every earlier video time whose
+  // subtitle time was clamped to 0.
+  const int64_t start =
+      segment->first <= 0 ? 0 : MsTo100ns(SaturatingAdd(segment->first, -delayMs_));
+  const int64_t stop = MsTo100ns(SaturatingAdd(segment->second, -delayMs_));
+  return {std::max<int64_t>(0, start), stop};
+}
+
+ISubPicProvider::Probe CSubtitleProvider::ProbeAt(int64_t time100ns) {
+  std::lock_guard lock(mutex_);
+  const int64_t timeMs = SubtitleTimeMs(time100ns);
+  if (!timeline_.SegmentAt(timeMs)) return {false, contentSerial_};
+  std::lock_guard assLock(assMutex_);
+  if (ass_) {
+    // The cheap way to learn whether the last drawn picture still holds:
+    // libass compares with the frame it produced before.
+    int change = 0;
+    ass_render_frame(ass_->Renderer.get(), ass_->Track.get(), timeMs, &change);
+    if (change != 0) ContentChanged();
+  }
+  return {true, contentSerial_};
+}
+
+bool CSubtitleProvider::Render(const SubPicDesc& target, int64_t time100ns, SubPicRect* bbox,
+                               SubPicWindow* window, uint64_t* contentSerial) {
+  std::lock_guard lock(mutex_);
+  *bbox = SubPicRect::Inverted();
+  *window = WindowAt(time100ns);
+  *contentSerial = contentSerial_;
+  if (!ass_ && cues_.empty()) return false;
+  const int64_t timeMs = SubtitleTimeMs(time100ns);
+
+  if (ass_) {
+    std::lock_guard assLock(assMutex_);
+    int change = 0;
+    const ASS_Image* images =
+        ass_render_frame(ass_->Renderer.get(), ass_->Track.get(), timeMs, &change);
+    if (change != 0) ContentChanged();
+    *contentSerial = contentSerial_;
+    ZELVARO_TRACE_FIRST(10, "RenderFrame: time=%lld img=%p", static_cast<long long>(timeMs),
+                        static_cast<const void*>(images));
+    if (images == nullptr) return false;
+    BlendAssImages(images, target, bbox);
+  } else {
+    // The first cue in file order that is active; overlapping ones wait.
+    const auto cue = std::find_if(cues_.begin(), cues_.end(), [&](const SrtCue& candidate) {
+      return candidate.StartMs <= timeMs && timeMs < candidate.EndMs;
+    });
+    if (cue == cues_.end()) return false;
+    DrawCueText(cue->Text, target, bbox);
+  }
+  return !bbox->IsEmpty();
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,102 @@
+#pragma once
+// CSubtitleProvider: one loaded subtitle file and the drawing of its moments.
+// It holds one libass track or, when libass can't read the file, a list of
+// plain cues that it draws itself (cue_painter.h), and answers which events
+// are active at a time.
+//
+// Threads: Load, Clear, SetStyle and SetDelay come from the owner's thread;
+// ProbeAt and Render from the renderer's, through the queue. Load does its
+// reading, decoding, conversion and libass set-up on new objects without a
+// lock, and swaps them in at the end, so the renderer never waits on a large
+// file. Two recursive locks: the provider lock, then the libass lock.
+//
+// Times: video time in 100-ns units outside; subtitle time in milliseconds
+// inside. The delay moves the subtitles: the subtitle time shown at video
+// time t is delay + t (in ms), never below 0, and the windows of the events
+// move with it.
+
+#include "subtitles/event_timeline.h"
+#include "subtitles/libass_context.h"
+#include "subtitles/srt_converter.h"
+#include "subtitles/subpic.h"
+#include "subtitles/subtitle_files.h"
+#include "subtitles/subtitle_style.h"
+
+#include <QSize>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace zelvaro {
+
+// In video time, 100-ns units, sorted by Start.
+struct SubtitleEvent {
+  int64_t Start = 0;
+  int64_t Stop = 0;
+};
+
+class CSubtitleProvider : public ISubPicProvider {
+ public:
+  CSubtitleProvider();
+  ~CSubtitleProvider() override;
+  CSubtitleProvider(const CSubtitleProvider&) = delete;
+  CSubtitleProvider& operator=(const CSubtitleProvider&) = delete;
+
+  // Reads any subtitle file: SRT, WebVTT and SAMI through the converters,
+  // everything else as ASS; when libass yields no events, the file is read
+  // as plain cues. The previous subtitle is gone either way. False when
+  // nothing could be read: no file, too large, or no event in it.
+  bool Load(const QString& path);
+  void Clear();
+
+  // libass (kAss) or the cue path (kSrt) after a load; kUnknown before.
+  SubtitleType GetType() const;
+  bool HasSubtitle() const;
+
+  // Used by the next Load (the style is baked into converted scripts).
+  void SetStyle(const SubtitleStyle& style);
+  SubtitleStyle GetStyle() const;
+  void SetDelay(int64_t delayMs);
+  int64_t GetDelay() const;
+  // The pixel size pictures are drawn at; libass follows at once.
+  void SetRenderSize(QSize size);
+  QSize GetRenderSize() const;
+
+  // The event list, undelayed. Positions are 1-based; 0 means none.
+  size_t GetEventCount() const;
+  // The first event whose Stop is after `time100ns`.
+  size_t GetStartPosition(int64_t time100ns) const;
+  size_t GetNext(size_t position) const;
+  int64_t GetStart(size_t position) const;
+  int64_t GetStop(size_t position) const;
+
+  Probe ProbeAt(int64_t time100ns) override;
+  bool Render(const SubPicDesc& target, int64_t time100ns, SubPicRect* bbox, SubPicWindow* window,
+              uint64_t* contentSerial) override;
+
+ private:
+  struct Prepared;
+  static Prepared Prepare(const QString& path, QSize frameSize, const SubtitleStyle& style);
+
+  int64_t SubtitleTimeMs(int64_t time100ns) const;
+  SubPicWindow WindowAt(int64_t time100ns) const;
+  // Call with the provider lock held whenever what would be drawn changes.
+  void ContentChanged() { ++contentSerial_; }
+
+  mutable std::recursive_mutex mutex_;     // the provider lock
+  mutable std::recursive_mutex assMutex_;  // the libass lock, taken inside mutex_
+  QSize renderSize_;
+  SubtitleType type_ = SubtitleType::kUnknown;
+  std::unique_ptr<AssContext> ass_;  // with a track, or null
+  std::vector<SrtCue> cues_;
+  std::vector<SubtitleEvent> events_;
+  EventTimeline timeline_;
+  int64_t delayMs_ = 0;
+  SubtitleStyle style_;
+  uint64_t contentSerial_ = 1;
+};
+
+}  // namespace zelvaro
