@@ -1,5 +1,6 @@
 #include "engine/audio_chain.h"
 
+#include "engine/audio_elements.h"
 #include "foundation/trace.h"
 
 #include <bit>
@@ -8,9 +9,6 @@
 
 namespace zelvaro {
 namespace {
-
-// Above this linear level (about −10 dBFS) the compressor starts to work.
-constexpr float kDrcThreshold = 0.3f;
 
 bool IsFakeSink(GstElement* element) {
   return std::strcmp(FactoryName(element), "fakesink") == 0;
@@ -74,16 +72,14 @@ ElementRef MakeChannelStage(const GstCaps* caps, const AudioDecoderSettings& set
   return filter;
 }
 
-ElementRef MakeCompressor(const AudioDecoderSettings& settings) {
-  if (!settings.drcEnabled.value_or(false)) return {};
-  ElementRef compressor = MakeElement("audiodynamic", "audio_drc");
-  if (!compressor) return {};
-  // LAV's level is how much of the full compression applies: 100 is 4:1.
-  float ratio = 1.0f / (1.0f + 3.0f * static_cast<float>(settings.drcLevel) / 100.0f);
-  gst_util_set_object_arg(G_OBJECT(compressor.get()), "characteristics", "soft-knee");
-  gst_util_set_object_arg(G_OBJECT(compressor.get()), "mode", "compressor");
-  g_object_set(compressor.get(), "threshold", kDrcThreshold, "ratio", ratio, nullptr);
-  return compressor;
+ElementRef MakeDrcStage(const AudioDecoderSettings& settings) {
+  ElementRef drc = MakeElement(kDrcFactory, "audio_drc");
+  if (!drc) {
+    Trace("DRC stage not available; going on without compression");
+    return {};
+  }
+  SetDRC(drc.get(), settings.drcEnabled.value_or(false), static_cast<int>(settings.drcLevel));
+  return drc;
 }
 
 ElementRef MakeOptionalStage(const std::string& factory, const char* name) {
@@ -114,26 +110,25 @@ ElementRef CreateAudioRenderer(bool* isNullSink) {
   return null;
 }
 
-bool ConnectAudioChain(GstBin* bin, GstPad* source, const GstCaps* caps,
-                       const std::string& decoderFactory, ElementRef renderer,
+bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStageNames& stages, const AudioDecoderSettings& settings,
                        AudioChain* chain) {
-  ElementRef decoder = MakeElement(decoderFactory.c_str(), "lav_audio");
+  ElementRef selector = MakeElement("input-selector", "audio_selector");
   ElementRef convert = MakeElement("audioconvert");
   ElementRef volume = MakeElement("volume", "basic_audio");
   ElementRef outConvert = MakeElement("audioconvert");
   ElementRef resample = MakeElement("audioresample");
-  if (!decoder || !convert || !volume || !outConvert || !resample || !renderer) {
-    Trace("Audio branch: a required element is missing (decoder %s)", decoderFactory.c_str());
+  if (!selector || !convert || !volume || !outConvert || !resample || !renderer) {
+    Trace("Audio chain: a required element is missing");
     return false;
   }
   ElementRef channels = MakeChannelStage(caps, settings);
-  ElementRef compressor = MakeCompressor(settings);
+  ElementRef drc = MakeDrcStage(settings);
   ElementRef stretch = MakeOptionalStage(stages.timeStretch, "audio_time_stretch");
   ElementRef switcher = MakeOptionalStage(stages.audioSwitcher, "audio_switcher");
 
-  std::vector<ElementRef*> all = {&decoder,  &convert, &channels,   &compressor, &stretch,
-                                  &switcher, &volume,  &outConvert, &resample,   &renderer};
+  std::vector<ElementRef*> all = {&selector, &convert, &channels,   &drc,      &stretch, &switcher,
+                                  &volume,   &outConvert, &resample, &renderer};
   for (ElementRef* element : all) {
     if (*element) gst_bin_add(bin, element->get());
   }
@@ -142,10 +137,10 @@ bool ConnectAudioChain(GstBin* bin, GstPad* source, const GstCaps* caps,
     return false;
   };
 
-  // Fixed front: decoder → convert → [channels] → [compressor].
+  // Fixed front: selector → convert → [channels] → [DRC].
   GstElement* tail = convert.get();
-  bool ok = gst_element_link(decoder.get(), convert.get());
-  for (ElementRef* stage : {&channels, &compressor}) {
+  bool ok = gst_element_link(selector.get(), convert.get());
+  for (ElementRef* stage : {&channels, &drc}) {
     if (!*stage) continue;
     if (ok && gst_element_link(tail, stage->get())) {
       tail = stage->get();
@@ -192,7 +187,7 @@ bool ConnectAudioChain(GstBin* bin, GstPad* source, const GstCaps* caps,
   }
   if (!reachedVolume || !gst_element_link_many(volume.get(), outConvert.get(), resample.get(),
                                                renderer.get(), nullptr)) {
-    Trace("Audio branch: the decoder cannot reach the renderer");
+    Trace("Audio chain: the selector cannot reach the renderer");
     return fail();
   }
 
@@ -200,16 +195,39 @@ bool ConnectAudioChain(GstBin* bin, GstPad* source, const GstCaps* caps,
   for (auto it = all.rbegin(); it != all.rend(); ++it) {
     if (**it) gst_element_sync_state_with_parent((*it)->get());
   }
-  PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
-  if (gst_pad_link(source, decoderSink.get()) != GST_PAD_LINK_OK) {
-    Trace("Failed to connect Splitter -> LAV Audio");
-    return fail();
-  }
-  chain->decoder = decoder;
-  chain->timeStretch = stretch;
+  chain->selector = selector;
+  chain->drc = drc;
+  chain->timeStretch = AudioTimeStretch::Attach(stretch);
   chain->switcher = switcher;
   chain->volume = volume;
   chain->renderer = renderer;
+  return true;
+}
+
+bool ConnectAudioBranch(GstBin* bin, GstPad* source, const std::string& decoderFactory,
+                        GstElement* selector, AudioBranch* branch) {
+  ElementRef decoder = MakeElement(decoderFactory.c_str());
+  if (!decoder) {
+    Trace("Audio branch: no decoder %s", decoderFactory.c_str());
+    return false;
+  }
+  PadRef selectorPad = PadRef::Adopt(gst_element_request_pad_simple(selector, "sink_%u"));
+  if (!selectorPad) return false;
+  gst_bin_add(bin, decoder.get());
+  PadRef decoded = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "src"));
+  PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
+  bool linked = decoded && decoderSink &&
+                gst_pad_link(decoded.get(), selectorPad.get()) == GST_PAD_LINK_OK;
+  if (linked) gst_element_sync_state_with_parent(decoder.get());
+  if (!linked || gst_pad_link(source, decoderSink.get()) != GST_PAD_LINK_OK) {
+    Trace("Failed to connect the demuxer to an audio decoder (%s)", decoderFactory.c_str());
+    gst_element_set_state(decoder.get(), GST_STATE_NULL);
+    gst_bin_remove(bin, decoder.get());
+    gst_element_release_request_pad(selector, selectorPad.get());
+    return false;
+  }
+  branch->decoder = decoder;
+  branch->selectorPad = selectorPad;
   return true;
 }
 

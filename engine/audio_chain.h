@@ -1,12 +1,19 @@
 #pragma once
-// The audio branch of a graph: decoder → convert → [mixing] → [compressor]
-// → time-stretch stage → AudioSwitcher stage → volume → convert → resample
-// → renderer. The optional stages degrade rather than fail the branch: a
-// time-stretch stage that is missing or will not link is left out (no
-// pitch-kept speed change); an AudioSwitcher stage that is missing or will
-// not link is left out (no normalisation), and when it links in but not on
-// to the volume stage both optional stages go; the branch itself fails only
-// when the decoder cannot reach the renderer.
+// The audio side of a graph. Every audio stream of the input gets a branch
+// of its own (its decoder) into one
+// input-selector; behind it one shared chain: convert → [mixing] → DRC
+// stage → time-stretch stage → AudioSwitcher stage → volume → convert →
+// resample → renderer. Switching the selector's active input switches the
+// track while the graph runs; the inactive decoders keep pace with the
+// active one (the selector holds them to its running time), so the change
+// is heard at the next buffer.
+//
+// The optional stages degrade rather than fail the chain: a time-stretch
+// stage that is missing or will not link is left out (no pitch-kept speed
+// change); an AudioSwitcher stage that is missing or will not link is left
+// out (no normalisation), and when it links in but not on to the volume
+// stage both optional stages go; a missing DRC stage means no compression.
+// The chain itself fails only when the selector cannot reach the renderer.
 //
 // The renderer is the desktop's sink (autoaudiosink), or, when no audio
 // device answers, a clock-synchronised null sink, so that a video still plays
@@ -17,37 +24,51 @@
 
 #include "engine/decoder_settings.h"
 #include "engine/gst_ref.h"
+#include "engine/time_stretch_stage.h"
 
+#include <memory>
 #include <string>
 
 namespace zelvaro {
 
-// Factory names of the stages that are Zelvaro's own audio filters. Empty
-// means the stage does not exist (yet): the chain goes on without it.
+// Factory names of the optional stages. Empty leaves a stage out.
 struct AudioStageNames {
   std::string timeStretch = "scaletempo";
-  std::string audioSwitcher;  // Zelvaro's own element, registered by the program
+  std::string audioSwitcher = "zelvaroaudioswitcher";  // registered by the program
 };
 
 // The desktop's audio sink when a device answers (probed by taking it to
 // READY), else `fakesink sync=true`. `isNullSink` tells which.
 ElementRef CreateAudioRenderer(bool* isNullSink);
 
+// The shared part, from the selector to the renderer.
 struct AudioChain {
-  ElementRef decoder;      // lavAudio
-  ElementRef timeStretch;  // audioTimeStretch, null when left out
-  ElementRef switcher;     // audioSwitcher, null when left out
-  ElementRef volume;       // basicAudio
+  ElementRef selector;
+  ElementRef drc;  // the decoder's DRC stand-in; null when left out
+  std::shared_ptr<AudioTimeStretch> timeStretch;  // audioTimeStretch; null when left out
+  ElementRef switcher;  // audioSwitcher, null when left out
+  ElementRef volume;    // basicAudio
   ElementRef renderer;
 };
 
-// Builds the branch from `source` (a decoded-stream pad of the demuxing
-// side) to `renderer` inside `bin`, brings its elements to the bin's state and
-// returns true when sound can reach the renderer. On false nothing of the
-// branch is left in the bin and `source` is unlinked.
-bool ConnectAudioChain(GstBin* bin, GstPad* source, const GstCaps* caps,
-                       const std::string& decoderFactory, ElementRef renderer,
+// One audio stream's way into the selector.
+struct AudioBranch {
+  std::string streamId;
+  ElementRef decoder;  // lavAudio for this stream
+  PadRef selectorPad;
+  CapsRef caps;  // as the splitter gave them
+};
+
+// Builds the shared chain inside `bin` for a first stream of `caps` and
+// brings its elements to the bin's state. On false nothing of it is left.
+bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStageNames& stages, const AudioDecoderSettings& settings,
                        AudioChain* chain);
+
+// Adds a stream's decoder between `source` (a queue lane carrying the
+// stream) and a new input of `selector`. On false nothing of the branch is
+// left and `source` is unlinked.
+bool ConnectAudioBranch(GstBin* bin, GstPad* source, const std::string& decoderFactory,
+                        GstElement* selector, AudioBranch* branch);
 
 }  // namespace zelvaro

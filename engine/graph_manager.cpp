@@ -7,6 +7,7 @@
 #include "foundation/settings.h"
 #include "foundation/text_conversion.h"
 #include "foundation/trace.h"
+#include "subtitles/subtitle_manager.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -83,6 +84,10 @@ void GraphManager::SetAudioStageNames(AudioStageNames names) {
   audioStageNames_ = std::move(names);
 }
 
+void GraphManager::SetAudioRendererFactory(std::function<ElementRef()> factory) {
+  audioRendererFactory_ = std::move(factory);
+}
+
 void GraphManager::PostGraphEvent(uint64_t generation, long eventCode) {
   QMetaObject::invokeMethod(
       eventRelay_.get(),
@@ -133,6 +138,7 @@ bool GraphManager::OpenFile(const QString& path) {
   }
   currentPath_ = path;
   state_ = 0;
+  if (!isUrlInput_) LoadSideSubtitles(path);
   return true;
 }
 
@@ -145,6 +151,7 @@ bool GraphManager::BuildGraph(const QString& path) {
   request.splitter = ReadSplitterSettings();
   request.audio = ReadAudioDecoderSettings();
   request.audioStages = audioStageNames_;
+  request.audioRenderer = audioRendererFactory_;
   request.timeoutMs = request.isUrl ? kUrlBuildTimeoutMs : kFileBuildTimeoutMs;
   isUrlInput_ = request.isUrl;
 
@@ -167,7 +174,13 @@ bool GraphManager::BuildGraph(const QString& path) {
   frameRate_ = result.frameRate;
   hasVideo_ = result.videoConnected;
   videoConnected_ = result.videoConnected;
-  graph_->SetVolume(volume_, muted_);
+  ApplyAudioSettings();
+  if (result.audioConnected) SetVolume(volume_);
+  if (speed_ != 1.0) {
+    // The speed of the last file carries over, without SetSpeed's range test.
+    if (std::shared_ptr<AudioTimeStretch> stretch = graph_->TimeStretch()) stretch->SetRate(speed_);
+    graph_->SetRate(speed_);
+  }
   if (videoWindowHandle_ != nullptr) {
     if (videoConnected_) {
       QSize client = videoWindowHandle_->ClientSize();
@@ -202,6 +215,8 @@ void GraphManager::Close() {
   // From here on, events of the old graph that are still queued are stale.
   ++graphGeneration_;
   keyframes_.clear();
+  abRepeat_.Clear();
+  ClearSubtitles();
   if (graph_) {
     graph_->SetVideoOutput(nullptr);
     if (videoWindowHandle_ != nullptr) videoWindowHandle_->ClearFrame();

@@ -8,7 +8,8 @@
 // Threads: every member is called on the interface thread. The recursive
 // lock makes Close, Play, Pause, Stop, Seek, GetDuration, GetPosition and
 // GetDecoderInfo atomic against re-entry; a caller that toggles play and
-// pause holds Lock() around both branches. Decoding and output run on
+// pause holds Lock() around both branches. The audio, speed, track and A-B
+// operations do not take it. Decoding and output run on
 // GStreamer's threads: frames go from there to VideoOutput::PresentFrame,
 // and the graph events (kEcComplete at the end of the input, kEcErrorAbort)
 // come back to the interface thread as queued calls of the sink set with
@@ -23,7 +24,13 @@
 //
 // Times: 100-ns units (int64) inside; seconds (double) at the operations,
 // converted by 10,000,000 with truncation toward zero.
+//
+// Audio settings: every audio setter stores its value and writes it to the
+// settings before it touches the graph, so a value set without a graph is
+// there for the next one (SetDRCLevel alone saves only when a graph can take
+// it). Speed is not stored in the settings but survives Close.
 
+#include "engine/ab_repeat.h"
 #include "engine/audio_chain.h"
 #include "engine/decoder_info.h"
 #include "engine/decoder_policy.h"
@@ -45,6 +52,7 @@ class QObject;
 namespace zelvaro {
 
 class PlaybackGraph;
+class SubtitleManager;
 class VideoOutput;
 
 class GraphManager {
@@ -62,6 +70,9 @@ class GraphManager {
   // The factories of the time-stretch and AudioSwitcher stages for the next
   // builds; an empty name leaves the stage out.
   void SetAudioStageNames(AudioStageNames names);
+  // Makes the audio renderer of the next builds instead of the desktop's
+  // sink (a test's capturing sink); empty goes back to the desktop's.
+  void SetAudioRendererFactory(std::function<ElementRef()> factory);
 
   // True when a playable graph stands; it is left stopped on its first frame.
   bool OpenFile(const QString& path);
@@ -91,6 +102,68 @@ class GraphManager {
   void RefreshVideoPosition();
   void RedrawVideo();
 
+  // Audio control (audio_control.cpp). Volume 0.0 to 1.0 on a decibel
+  // curve (VolumeLevel); true when the graph took it.
+  bool SetVolume(float volume);
+  void SetMuted(bool muted);
+  // Level 0 to 100; false (and nothing saved) without a graph's DRC stage.
+  bool SetDRCLevel(bool enabled, int level);
+  bool QueryDRC(bool* enabled, int* level);
+  void ToggleDRC();
+  // maxFactor 1.0 to 10.0. Without an AudioSwitcher the DRC stage stands in
+  // (level = factor × 25).
+  bool SetNormalize(bool enabled, bool recover, float maxFactor);
+  // factor 1.0 to 4.0; true also when no AudioSwitcher exists.
+  bool SetBoost(float factor);
+  // 0.1 to 4.0, bounds included; outside, false and nothing changes. False
+  // without a graph.
+  bool SetSpeed(double rate);
+  // The most recent samples of the time-stretch stage (its tap), for the
+  // spectrum: at most `capacity` floats, interleaved. False without the stage.
+  bool GetAudioSamples(float* buffer, int capacity, int* frames, int* channels, int* sampleRate);
+  float Volume() const { return volume_; }
+  bool Muted() const { return muted_; }
+  bool NormalizeEnabled() const { return normalizeEnabled_; }
+  bool NormalizeRecover() const { return normalizeRecover_; }
+  float MaxNormFactor() const { return maxNormFactor_; }
+  float BoostFactor() const { return boostFactor_; }
+
+  // Tracks (stream_control.cpp), numbered from 0 among the streams of one
+  // kind. Counts are 0 and names empty without a graph.
+  int GetAudioTrackCount();
+  // −1 when no audio stream plays.
+  int GetCurrentAudioTrack();
+  QString GetAudioTrackName(int track);
+  // Switches while the graph runs; false for a track that cannot play.
+  bool SelectAudioTrack(int track);
+  int GetSubtitleTrackCount();
+  QString GetSubtitleTrackName(int track);
+
+  // Subtitles (graph_subtitles.cpp). OpenFile of a local file loads the
+  // first side file FindSubtitleFiles names; Close empties the manager but
+  // keeps it, and its delay. The manager is made on demand and lives until
+  // this object goes; null before. The renderer asks it for pictures.
+  void EnsureSubtitleManager();
+  SubtitleManager* Subtitles() const { return subtitleManager_.get(); }
+  // Milliseconds; positive shows the subtitles earlier. Without a manager
+  // the delay is 0 and the setters do nothing. A change repaints at once.
+  void ResetSubtitleDelay();
+  int64_t GetSubtitleDelay() const;
+  void AdjustSubtitleDelay(int64_t deltaMs);
+
+  // A-B repeat (stream_control.cpp; rules in ab_repeat.h). The marks are
+  // taken at the graph's position; nothing happens without a graph.
+  void SetMarkA();
+  void SetMarkB();
+  // The position timer's check, every 100 ms while running: jumps to mark A
+  // (exact, not snapped) when the loop is due; true when it jumped.
+  bool CheckABRepeat();
+  // The clip dialog's direct setting, in 100-ns units.
+  void SetMarks(int64_t markA, int64_t markB);
+  void ClearMarks() { abRepeat_.Clear(); }
+  int64_t MarkA() const { return abRepeat_.markA; }
+  int64_t MarkB() const { return abRepeat_.markB; }
+
   // 0 stopped, 1 paused, 2 running: the last state asked for and granted.
   int State() const { return state_; }
   const QString& CurrentPath() const { return currentPath_; }
@@ -112,8 +185,11 @@ class GraphManager {
   bool BuildGraph(const QString& path);
   void ScanKeyframes(const QString& path);
   void ApplyOrientation();
+  void ApplyAudioSettings();
   // Runs on a GStreamer thread; hops to the interface thread.
   void PostGraphEvent(uint64_t generation, long eventCode);
+  void LoadSideSubtitles(const QString& mediaPath);
+  void ClearSubtitles();
 
   std::unique_ptr<PlaybackGraph> graph_;
   std::vector<int64_t> keyframes_;
@@ -126,7 +202,12 @@ class GraphManager {
   bool flipHorizontal_ = false;
   bool flipVertical_ = false;
   int hwAccel_ = kHwAccelDefault;
+  bool normalizeEnabled_ = true;
+  bool normalizeRecover_ = true;
+  float maxNormFactor_ = 4.0f;
+  float boostFactor_ = 1.0f;
   double speed_ = 1.0;  // survives Close; applied to the next graph
+  ABRepeat abRepeat_;
   double frameRate_ = 0.0;
   bool hasVideo_ = false;
   bool isUrlInput_ = false;
@@ -134,6 +215,7 @@ class GraphManager {
   QString currentPath_;
 
   AudioStageNames audioStageNames_;
+  std::function<ElementRef()> audioRendererFactory_;
   bool lastBuildHardwareFailed_ = false;
   // The table of the last file read, so a rebuild of the same unchanged file
   // (software fall-back, retry) does not read its index again.
@@ -142,6 +224,7 @@ class GraphManager {
   qint64 keyframeSourceTimeMs_ = -1;
   std::vector<int64_t> keyframeSourceTable_;
 
+  std::unique_ptr<SubtitleManager> subtitleManager_;
   GraphEventSink graphEventSink_;
   uint64_t graphGeneration_ = 0;         // interface thread only
   std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here
@@ -154,5 +237,10 @@ bool IsUrl(QStringView path);
 // The program's letterbox: the native picture scaled into width × height,
 // centred, aspect kept. Empty (0, 0, 0, 0) without a usable native size.
 QRect LetterboxRect(QSize native, int width, int height);
+
+// A volume as the audio output takes it, in hundredths of a decibel:
+// truncate(log10(volume) × 2000), −10000 (silence) when muted or at 0.
+// 1.0 is 0, 0.5 is −602, 0.01 is −4000.
+long VolumeLevel(float volume, bool muted);
 
 }  // namespace zelvaro

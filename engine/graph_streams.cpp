@@ -87,13 +87,14 @@ void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
   // The pad may have been handled already: by its current caps, or by an
   // earlier caps event (a caps change mid-stream keeps its branch).
   if (!handledPads_.insert(pad).second) return;
+  streams_.NoteStreamPad(pad, StreamKindOfCaps(caps));
   bool linkVideo = false;
   bool linkAudio = false;
   {
     std::lock_guard<std::mutex> guard(mutex_);
     linkVideo = isVideo && !videoTried_;
     if (linkVideo) videoTried_ = true;
-    linkAudio = isAudio && !audio_.decoder;
+    linkAudio = isAudio;
   }
   Trace("Rendering pin: %s (%.*s)", GST_PAD_NAME(pad), static_cast<int>(media.size()),
         media.data());
@@ -198,37 +199,81 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   return true;
 }
 
+bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    *selector = audio_.selector;
+  }
+  if (*selector) return true;
+  AudioChain chain;
+  if (!ConnectAudioChain(GST_BIN(pipeline_.get()), caps, audioRenderer_, request_.audioStages,
+                         request_.audio, &chain)) {
+    return false;
+  }
+  std::lock_guard<std::mutex> guard(mutex_);
+  audio_ = chain;
+  *selector = chain.selector;
+  return true;
+}
+
 bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
   std::string factory = DecoderFactoryFor(caps, "audio/x-raw");
   if (factory.empty()) {
-    Trace("Failed to connect Splitter -> LAV Audio: no decoder");
+    Trace("Failed to connect the demuxer to an audio decoder: no decoder");
     return false;
   }
+  ElementRef selector;
+  if (!EnsureAudioChain(caps, &selector)) return false;
   PadRef laneSink;
   PadRef laneSource;
   if (!RequestQueueLane(&laneSink, &laneSource)) return false;
-  AudioChain chain;
-  if (!ConnectAudioChain(GST_BIN(pipeline_.get()), laneSource.get(), caps, factory, audioRenderer_,
-                         request_.audioStages, request_.audio, &chain)) {
+  AudioBranch branch;
+  GCharHandle streamId{gst_pad_get_stream_id(pad)};
+  branch.streamId = streamId ? streamId.get() : GST_PAD_NAME(pad);
+  branch.caps = CapsRef::Share(caps);
+  if (!ConnectAudioBranch(GST_BIN(pipeline_.get()), laneSource.get(), factory, selector.get(),
+                          &branch)) {
     ReleaseQueueLane(laneSink);
     return false;
   }
+  bool first = false;
   {
     std::lock_guard<std::mutex> guard(mutex_);
-    audio_ = chain;
-    audioCaps_ = CapsRef::Share(caps);
+    first = audioBranches_.empty();
+    audioBranches_.push_back(branch);
   }
+  // The first stream plays; left alone, the selector would take whichever
+  // input brings data first.
+  if (first) g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
   if (gst_pad_link(pad, laneSink.get()) != GST_PAD_LINK_OK) {
-    // The branch stands but will never preroll: end the build now rather
-    // than at its time-out.
-    Trace("Failed to connect Splitter -> LAV Audio: %s", GST_PAD_NAME(pad));
-    std::lock_guard<std::mutex> guard(mutex_);
-    error_ = true;
+    Trace("Failed to connect the demuxer to an audio decoder: %s", GST_PAD_NAME(pad));
+    if (first) {
+      // The branch stands but will never preroll: end the build now rather
+      // than at its time-out.
+      std::lock_guard<std::mutex> guard(mutex_);
+      error_ = true;
+    } else {
+      RemoveAudioBranch(branch, laneSink);
+    }
     return false;
   }
-  Trace("Connected audio chain through %s (renderer: %s)", factory.c_str(),
-        audioRendererIsNull_ ? "null sink" : "desktop");
+  Trace("Connected audio stream %s through %s (renderer: %s)", branch.streamId.c_str(),
+        factory.c_str(), audioRendererIsNull_ ? "null sink" : "desktop");
   return true;
+}
+
+void PlaybackGraph::RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink) {
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    std::erase_if(audioBranches_, [&](const AudioBranch& item) {
+      return item.selectorPad.get() == branch.selectorPad.get();
+    });
+  }
+  GstBin* bin = GST_BIN(pipeline_.get());
+  RemoveFromBin(bin, {branch.decoder.get()});
+  GstElement* selector = GST_ELEMENT(GST_OBJECT_PARENT(branch.selectorPad.get()));
+  if (selector != nullptr) gst_element_release_request_pad(selector, branch.selectorPad.get());
+  ReleaseQueueLane(laneSink);
 }
 
 void PlaybackGraph::DropStream(GstPad* pad) {

@@ -1,5 +1,6 @@
 #include "engine/playback_graph.h"
 
+#include "engine/audio_elements.h"
 #include "engine/graph_events.h"
 #include "engine/video_sink.h"
 #include "foundation/text_conversion.h"
@@ -94,6 +95,7 @@ std::string UriOf(const QString& url) {
 
 PlaybackGraph::PlaybackGraph(EventSink onEvent) : onEvent_(std::move(onEvent)) {
   EnsureGStreamer();
+  RegisterAudioElements();
 }
 
 PlaybackGraph::~PlaybackGraph() {
@@ -127,7 +129,12 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
     return failed();
   }
   if (!CreateSource()) return failed();
-  audioRenderer_ = CreateAudioRenderer(&audioRendererIsNull_);
+  if (request.audioRenderer) {
+    audioRenderer_ = request.audioRenderer();
+    audioRendererIsNull_ = false;
+  } else {
+    audioRenderer_ = CreateAudioRenderer(&audioRendererIsNull_);
+  }
 
   GstStateChangeReturn change = gst_element_set_state(pipeline_.get(), GST_STATE_PAUSED);
   if (change == GST_STATE_CHANGE_FAILURE) {
@@ -144,7 +151,7 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
   std::lock_guard<std::mutex> guard(mutex_);
   GraphBuildResult result = result_;
   result.videoConnected = static_cast<bool>(lavVideo_) && !videoFailed_;
-  result.audioConnected = static_cast<bool>(audio_.decoder);
+  result.audioConnected = !audioBranches_.empty();
   Trace("Connection status - Video: %d, Audio: %d", result.videoConnected, result.audioConnected);
   // Without sound, a stream that should have played and did not fails the
   // build, as an unconnected pin does.
@@ -218,7 +225,7 @@ bool PlaybackGraph::WaitForStreams(Clock::time_point deadline) {
       // Without a stream collection, whatever has been linked so far counts.
       streamsKnown = handledStreams_ > 0 && (expected == 0 || handledStreams_ >= expected);
       video = lavVideo_ && !videoFailed_;
-      audio = static_cast<bool>(audio_.decoder);
+      audio = !audioBranches_.empty();
       audioSink = audio_.renderer;
       splitter = lavSplitter_;
       padsSeen = streamPadsSeen_;
@@ -288,6 +295,7 @@ void PlaybackGraph::HandleBusMessage(GstMessage* message) {
       int size = rawCollection != nullptr
                      ? static_cast<int>(gst_stream_collection_get_size(rawCollection))
                      : 0;
+      streams_.NoteCollection(source, rawCollection);
       if (rawCollection != nullptr) gst_object_unref(rawCollection);
       {
         std::lock_guard<std::mutex> guard(mutex_);
@@ -376,19 +384,8 @@ std::optional<int64_t> PlaybackGraph::Duration100ns() {
   return duration / 100;
 }
 
-void PlaybackGraph::SetVolume(double volume, bool muted) {
-  ElementRef basicAudio;
-  {
-    std::lock_guard<std::mutex> guard(mutex_);
-    basicAudio = audio_.volume;
-  }
-  if (basicAudio) g_object_set(basicAudio.get(), "volume", volume, "mute", muted, nullptr);
-}
-
 DecoderInfo PlaybackGraph::ReadDecoderInfo() const {
   DecoderInfo info;
-  ElementRef audioDecoder;
-  CapsRef audioCaps;
   {
     std::lock_guard<std::mutex> guard(mutex_);
     if (lavVideo_ && !videoFailed_) {
@@ -396,10 +393,12 @@ DecoderInfo PlaybackGraph::ReadDecoderInfo() const {
       info.videoDecoder = QString::fromLatin1(FactoryName(lavVideo_.get()));
       info.isHardwareDecoder = IsHardwareDecoderName(FactoryName(lavVideo_.get()));
     }
-    audioDecoder = audio_.decoder;
-    audioCaps = audioCaps_;
   }
-  if (!audioDecoder) return info;
+  // The track that plays now.
+  std::optional<AudioBranch> active = ActiveAudioBranch();
+  if (!active) return info;
+  ElementRef audioDecoder = active->decoder;
+  CapsRef audioCaps = active->caps;
   info.audioCodec = AudioCodecName(audioCaps.get());
   // What the decoder really puts out (HE-AAC doubles the rate its header
   // announces); the parser's caps when nothing was negotiated yet.

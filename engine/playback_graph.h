@@ -6,8 +6,13 @@
 //   source (filesrc, or urisourcebin for URLs) → parsebin ("the splitter")
 //     → multiqueue → video decoder (chosen by the hardware policy)
 //                    → [deinterlace] → videoconvert → appsink → VideoOutput
-//     → multiqueue → audio chain (audio_chain.h) → audio renderer
+//     → multiqueue → audio decoder ┐ one per audio stream
+//     → multiqueue → audio decoder ┴→ input-selector → audio chain
+//                                      (audio_chain.h) → audio renderer
 //     → every other stream is dropped at its pad (a later stage takes subtitles)
+//
+// The streams the splitter announces, linked or not, are listed in a
+// StreamInventory for the track menus.
 //
 // Threads: every public member is called on the interface thread. Streams
 // are linked on streaming threads as parsebin finds them; Build waits for
@@ -24,6 +29,7 @@
 #include "engine/decoder_policy.h"
 #include "engine/decoder_settings.h"
 #include "engine/gst_ref.h"
+#include "engine/stream_inventory.h"
 
 #include <QSize>
 #include <QString>
@@ -39,6 +45,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace zelvaro {
 
@@ -55,6 +62,9 @@ struct GraphBuildRequest {
   AudioStageNames audioStages;
   DecoderProbe probe = ProbeDecoderFactory;
   int timeoutMs = 10000;  // for finding the streams and the first picture
+  // Makes the audio renderer instead of the desktop's sink when set (a
+  // test's capturing sink).
+  std::function<ElementRef()> audioRenderer;
 };
 
 struct GraphBuildResult {
@@ -92,7 +102,28 @@ class PlaybackGraph {
   bool SetPositions(int64_t time100ns, bool keyframe, double rate);
   std::optional<int64_t> Position100ns();
   std::optional<int64_t> Duration100ns();
-  void SetVolume(double volume, bool muted);
+
+  // Audio control; each is false when its stage is not in the graph.
+  // `level` in hundredths of a decibel: 0 full, −10000 silence.
+  bool SetVolumeLevel(long level);
+  bool HasAudioSwitcherControl() const;
+  bool SetNormalizeBoost2(bool normalize, unsigned maxNormFactor, bool recover, unsigned boost);
+  bool HasDRC() const;
+  bool SetDRC(bool enabled, int level);
+  bool GetDRC(bool* enabled, int* level) const;
+  std::shared_ptr<AudioTimeStretch> TimeStretch() const;
+  // The graph's own rate: a flushing seek to where it stands, at `rate`,
+  // which the time-stretch stage follows.
+  bool SetRate(double rate);
+
+  // Tracks, numbered per kind (stream_inventory.h).
+  const StreamInventory& Streams() const { return streams_; }
+  // −1 when no audio stream plays.
+  int CurrentAudioTrack() const;
+  // True when the track has a branch and now plays. `running`: the graph
+  // plays (else it is paused and takes the new track's sound as its preroll
+  // with a seek at `rate`).
+  bool SelectAudioTrack(int track, bool running, double rate);
 
   // Codecs, decoders and audio format as negotiated; frameRate left 0.
   DecoderInfo ReadDecoderInfo() const;
@@ -119,6 +150,9 @@ class PlaybackGraph {
   void HandleStream(GstPad* pad, GstCaps* caps);
   bool LinkVideoBranch(GstPad* pad, GstCaps* caps);
   bool LinkAudioBranch(GstPad* pad, GstCaps* caps);
+  bool EnsureAudioChain(GstCaps* caps, ElementRef* selector);
+  void RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink);
+  std::optional<AudioBranch> ActiveAudioBranch() const;
   void DropStream(GstPad* pad);
   // Requests a queue lane; returns its sink and source pads.
   bool RequestQueueLane(PadRef* sink, PadRef* source);
@@ -145,7 +179,8 @@ class PlaybackGraph {
   ElementRef lavVideo_;
   CapsRef videoCaps_;
   AudioChain audio_;
-  CapsRef audioCaps_;
+  std::vector<AudioBranch> audioBranches_;  // in the order they were linked
+  StreamInventory streams_;
   std::map<GstObject*, int> collectionSizes_;  // streams announced, per parsebin
   int streamPadsSeen_ = 0;
   int handledStreams_ = 0;

@@ -36,7 +36,7 @@ QStringList MediaFilter();
 // "SMI (*.smi)", "WebVTT (*.vtt)", all files.
 QStringList SubtitleFilter();
 
-// The two pattern lists as the design writes them ("*.mkv;*.mka;...").
+// The two pattern lists in their written form ("*.mkv;*.mka;...").
 QString VideoPatternList();
 QString AudioPatternList();
 

@@ -3,7 +3,7 @@
 // values in two scopes: the main scope and `Backup` (what file association
 // replaced). Names come from foundation/setting_names.h.
 //
-// Semantics kept from the registry these values were designed around:
+// Semantics kept from the registry these values were first kept in:
 // - DWORD and string values are distinct; a value of the other type reads as
 //   absent (the out variable is left untouched).
 // - A read never fails loudly and never creates anything: the caller presets

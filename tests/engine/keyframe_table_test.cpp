@@ -57,6 +57,26 @@ TEST(KeyframeStepTest, PreviousAndNextKeepHalfASecondAway) {
   EXPECT_FALSE(PreviousKeyframeTarget({}, 9 * kSecond).has_value());
 }
 
+TEST(KeyframeStepTest, TheHalfSecondBoundariesAndOneKeyframeTables) {
+  const std::vector<int64_t> keyframes = {0, 2 * kSecond, 4 * kSecond};
+  // Exactly half a second after a keyframe counts as "at" it: the step goes
+  // to the one before. One unit later it goes to that keyframe itself.
+  EXPECT_EQ(PreviousKeyframeTarget(keyframes, 2 * kSecond + 5'000'000), 0);
+  EXPECT_EQ(PreviousKeyframeTarget(keyframes, 2 * kSecond + 5'000'001), 2 * kSecond);
+  // Exactly half a second before a keyframe is not yet past it.
+  EXPECT_EQ(NextKeyframeTarget(keyframes, 2 * kSecond - 5'000'001), 2 * kSecond);
+  EXPECT_EQ(NextKeyframeTarget(keyframes, 2 * kSecond - 5'000'000), 4 * kSecond);
+
+  const std::vector<int64_t> single = {3 * kSecond};
+  for (int direction : {-1, 0, 1}) {
+    EXPECT_EQ(SnapToKeyframe(single, 0, direction), 3 * kSecond) << direction;
+    EXPECT_EQ(SnapToKeyframe(single, 9 * kSecond, direction), 3 * kSecond) << direction;
+  }
+  EXPECT_FALSE(PreviousKeyframeTarget(single, 3 * kSecond).has_value());
+  EXPECT_EQ(PreviousKeyframeTarget(single, 4 * kSecond), 3 * kSecond);
+  EXPECT_FALSE(NextKeyframeTarget(single, 3 * kSecond).has_value());
+}
+
 void ExpectEvenlySpaced(const std::vector<int64_t>& keyframes, int64_t first, int64_t step) {
   ASSERT_FALSE(keyframes.empty());
   EXPECT_TRUE(std::is_sorted(keyframes.begin(), keyframes.end()));
