@@ -4,6 +4,7 @@
 #include "app/key_map.h"
 #include "app/main_window.h"
 #include "foundation/language_manager.h"
+#include "library/playlist_database.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -59,6 +60,8 @@ void Application::Shutdown() {
   if (accelerators_) qApp->removeEventFilter(accelerators_.get());
   accelerators_.reset();
   mainWindow_.reset();
+  // The window opened the store; the next start opens it afresh.
+  PlaylistDatabase::Instance().Close();
 }
 
 }  // namespace zelvaro

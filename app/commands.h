@@ -55,10 +55,8 @@ enum CommandId : int {
   ID_AB_CLEAR = 5402,
   ID_FAVORITE_ADD = 5500,
   ID_FAVORITE_MANAGE = 5501,
-  ID_FAVORITE_ITEM_FIRST = 5600,
-  ID_FAVORITE_ITEM_LAST = 5899,
-  ID_FAVORITE_GROUP_CLEAR_FIRST = 5900,
-  ID_FAVORITE_GROUP_CLEAR_LAST = 5949,
+  // Favourite entries and "remove all" of a group have an id space of their
+  // own, far above every command here: app/favorite_menu_ids.h.
   ID_KEY_PLAY_PAUSE = 6001,
   ID_KEY_PREV_KEYFRAME = 6002,
   ID_KEY_NEXT_KEYFRAME = 6003,

@@ -1,14 +1,21 @@
+// MainWindow: creation, destruction, placement, painting, the resize bands
+// and fullscreen.
+
 #include "app/main_window.h"
 
-#include "app/commands.h"
 #include "app/dpi.h"
 #include "app/osd_overlay.h"
+#include "app/subtitle_overlay_adapter.h"
 #include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "app/window_placement.h"
 #include "engine/graph_manager.h"
+#include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "library/playlist_database.h"
+#include "library/playlist_model.h"
+#include "library/playlist_view.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -29,12 +36,30 @@ QString WelcomeMsg;
 
 namespace {
 
-// Design lengths at 96 DPI.
+// Lengths at 96 DPI, scaled where used.
 constexpr int kBorderWidth = 3;
 constexpr int kResizeBand = 6;
 constexpr QSize kDefaultSize{1200, 816};
 constexpr QSize kMinimumSize{200, 100};
 constexpr QColor kBorderColor{0, 0, 0};
+
+constexpr int kPositionPeriodMs = 100;
+constexpr int kFullscreenBarsPeriodMs = 100;
+constexpr int kFramePeriodMs = 16;
+constexpr int kSizeOsdArmDelayMs = 500;
+constexpr int kSizeOsdMs = 800;
+
+// The list behind the playlist shows nowhere until its window exists.
+class HiddenPlaylistView : public PlaylistView {
+ public:
+  void SetRowCount(int) override {}
+  void Redraw(bool) override {}
+  void EnsureRowVisible(int) override {}
+  std::vector<int> SelectedRows() const override { return {}; }
+  void ClearSelection() override {}
+  void SelectRow(int) override {}
+  void OnMetadataProgress(int, int) override {}
+};
 
 void ReadBool(QStringView name, bool* value) {
   uint32_t stored = 0;
@@ -61,17 +86,25 @@ std::vector<ScreenArea> Screens() {
 
 }  // namespace
 
-MainWindow::MainWindow() {
+MainWindow::MainWindow()
+    : lyricsHook_(
+          [this](std::unique_ptr<LyricsResult> result) { OnLyricsResult(std::move(result)); }),
+      albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }) {
   setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
   setWindowTitle(QStringLiteral("Zelvaro"));
   setAttribute(Qt::WA_OpaquePaintEvent);
   setAcceptDrops(true);
   setMouseTracking(true);
+  setFocusPolicy(Qt::StrongFocus);
 }
 
 MainWindow::~MainWindow() {
   // Runs after the event loop, when the window may already have closed.
+  // A lyrics request still running is left to finish on its own.
+  lyricsHook_.Cancel();
+  albumArtHook_.Cancel();
   if (graph_) {
+    if (videoWindow_) DisconnectSubtitleOverlay(*videoWindow_);
     graph_->Close();
     graph_->SetVideoOutput(nullptr);
     graph_.reset();
@@ -101,17 +134,32 @@ bool MainWindow::Create() {
   setGeometry(CenteredRect(kDefaultSize, screens.front()));
 
   videoWindow_ = new VideoRenderer(this);
+
+  // A store that does not open means a player without persistence.
+  PlaylistDatabase::Instance().Open();
+  recentFiles_.Load();
   magnetDistance_ = static_cast<int>(Settings::GetDwordOr(setting::kMagnetDistance, 10));
 
-  // The volume and mute settings reach the engine with the audio controls.
   graph_ = std::make_unique<GraphManager>(videoWindow_);
   graph_->SetGraphEventSink([this](long eventCode) { OnGraphEvent(eventCode); });
+  ConnectSubtitleOverlay(*graph_, *videoWindow_);
+  ApplyStoredVolume();
+
+  playlistView_ = std::make_unique<HiddenPlaylistView>();
+  playlist_ = std::make_unique<PlaylistModel>();
+  playlist_->SetView(playlistView_.get());
+  playlist_->RestoreFromDatabase();
+
+  thumbnailPreview_ = SeekbarThumbnailPreview;
   osdOverlay_ = new OsdOverlay(videoWindow_);
 
   connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });
+  connect(&fullscreenBarsTimer_, &QTimer::timeout, this, [this] { OnTimer(1005); });
   connect(&frameTimer_, &QTimer::timeout, this, [this] { OnTimer(1006); });
-  positionTimer_.start(100);
-  frameTimer_.start(16);
+  connect(&sizeOsdTimer_, &QTimer::timeout, this, [this] { OnTimer(1007); });
+  sizeOsdTimer_.setSingleShot(true);
+  positionTimer_.start(kPositionPeriodMs);
+  frameTimer_.start(kFramePeriodMs);
 
   RestorePlacement();
   LayoutChildren();
@@ -146,6 +194,16 @@ void MainWindow::resizeEvent(QResizeEvent*) {
   if (!fullscreen_ && !(windowState() & Qt::WindowMaximized)) normalGeometry_ = geometry();
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
+  if (fullscreen_ || width() < 1 || height() < 1) return;
+  if (sizeOsdArmed_) {
+    // The video area, not the window: that is what the user sizes to.
+    const QSize area = videoWindow_ ? videoWindow_->size() : size();
+    ShowOsd(QString::asprintf("%d × %d", area.width(), area.height()), kSizeOsdMs);
+  } else {
+    // Restarted by every size change, so the settling sizes of start-up
+    // show nothing.
+    sizeOsdTimer_.start(kSizeOsdArmDelayMs);
+  }
 }
 
 void MainWindow::paintEvent(QPaintEvent*) {
@@ -201,7 +259,11 @@ void MainWindow::mouseDoubleClickEvent(QMouseEvent* event) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   // Closing by the window saves the panels; leaving by the Exit command does not.
-  if (!closing_) SavePanels();
+  if (!closing_) {
+    // A lyrics request in flight is not waited for: its result is dropped.
+    lyricsHook_.Cancel();
+    SavePanels();
+  }
   Destroy();
   event->accept();
 }
@@ -211,7 +273,12 @@ void MainWindow::Destroy() {
   closing_ = true;
   SaveWindowAndSettings();
   positionTimer_.stop();
+  fullscreenBarsTimer_.stop();
   frameTimer_.stop();
+  sizeOsdTimer_.stop();
+  // ShowOsd is safe from here on: it finds no overlay.
+  delete osdOverlay_;
+  osdOverlay_ = nullptr;
   if (graph_) {
     graph_->Close();
     graph_->SetVideoOutput(nullptr);
@@ -226,7 +293,8 @@ void MainWindow::SavePanels() {
 
 void MainWindow::SaveWindowAndSettings() {
   if (RememberWindowPos) {
-    WindowMaximized = (windowState() & Qt::WindowMaximized) != 0;
+    WindowMaximized =
+        fullscreen_ ? maximizedBeforeFullscreen_ : (windowState() & Qt::WindowMaximized) != 0;
     // A fullscreen or maximized window keeps the last normal rectangle.
     if (!fullscreen_ && !WindowMaximized && normalGeometry_.isValid()) {
       WindowX = normalGeometry_.x();
@@ -250,19 +318,41 @@ void MainWindow::SaveWindowAndSettings() {
 }
 
 void MainWindow::ToggleFullscreen() {
-  fullscreen_ = !fullscreen_;
   if (fullscreen_) {
-    showFullScreen();
+    LeaveFullscreen();
+    ShowOsd(LanguageManager::GetString(u"OSD.FullscreenExit"), 1000);
+  } else {
+    EnterFullscreen();
+    ShowOsd(LanguageManager::GetString(u"OSD.FullscreenEnter"), 1000);
+  }
+}
+
+void MainWindow::EnterFullscreen() {
+  if (fullscreen_) return;
+  maximizedBeforeFullscreen_ = (windowState() & Qt::WindowMaximized) != 0;
+  fullscreen_ = true;
+  showTitleBar_ = false;
+  showToolbar_ = false;
+  showFullScreen();
+  fullscreenBarsTimer_.start(kFullscreenBarsPeriodMs);
+  LayoutChildren();
+  if (graph_) graph_->RefreshVideoPosition();
+}
+
+void MainWindow::LeaveFullscreen() {
+  if (!fullscreen_) return;
+  fullscreenBarsTimer_.stop();
+  fullscreen_ = false;
+  showTitleBar_ = true;
+  showToolbar_ = true;
+  if (maximizedBeforeFullscreen_) {
+    showMaximized();
   } else {
     showNormal();
   }
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
-}
-
-void MainWindow::OnTimer(int) {
-  // Position, A-B loop, lyric line (1001) and OSD fade, spectrum (1006)
-  // join here with the toolbar, OSD and lyrics.
+  setFocus();
 }
 
 }  // namespace zelvaro

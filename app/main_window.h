@@ -1,28 +1,45 @@
 #pragma once
 // MainWindow: the hub of the player. One frameless top-level window that owns
-// the engine and every panel, turns commands and the player's messages into
-// calls on GraphManager and the panels, and is the only place where they
-// meet: panels never call each other.
+// the engine, the playlist, the recent files and every panel, turns commands,
+// keys, the wheel and the player's messages into calls on GraphManager and
+// the panels, and is the only place where they meet: panels never call each
+// other.
 //
 // Interface thread only. Other threads reach it by queued calls to
-// PostPlayerMessage; a result posted by a worker belongs to the window once
-// delivered. Owned panels may be absent (not built yet, or failed to create):
-// every handler tests the pointers it uses, and a command that needs a
-// missing piece does nothing and says nothing.
+// PostPlayerMessage, and the lyrics and album-art workers through their
+// hooks (lyrics_hook.h, album_art_hook.h), whose results are move-only values
+// owned by the window once delivered. Owned panels may be absent (not built
+// yet, or failed to create): every handler tests the pointers it uses, and a
+// command that needs a missing piece does nothing and says nothing.
+//
+// The code is split by duty: main_window.cpp (creation, destruction,
+// placement, painting, the resize bands, fullscreen), main_window_open.cpp
+// (the open and play flow, the end of a file, the workers),
+// main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
+// timers) and main_window_messages.cpp (the player's messages, drag and drop).
 
+#include "app/album_art_hook.h"
+#include "app/favorite_run.h"
+#include "app/lyrics_hook.h"
 #include "app/messages.h"
+#include "library/recent_files.h"
 
+#include <QImage>
 #include <QPointer>
 #include <QRect>
 #include <QTimer>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace zelvaro {
 
 class GraphManager;
 class OsdOverlay;
+class PlaylistModel;
+class PlaylistView;
 class VideoRenderer;
 
 class MainWindow : public QWidget {
@@ -31,28 +48,58 @@ class MainWindow : public QWidget {
   MainWindow();
   ~MainWindow() override;
 
-  // Reads the window settings, builds the children and the engine, and
-  // places the window. False when the window cannot be made.
+  // Reads the window settings, builds the children, the stores and the
+  // engine, and places the window. False when the window cannot be made.
   bool Create();
 
-  // Open and play flow.
+  // Open and play flow. Every way of opening ends in OpenFile.
   bool OpenFile(const QString& path);
+  bool OpenUrl(const QString& url);
+  void ShowOpenDialog();
+  void ShowUrlDialog();
   void PlayPause();
   void Stop();
+  void PlayIndex(int index);
+  void PlayIndexAt(int index, double startSeconds);
 
   void ToggleFullscreen();
   void LayoutChildren();
 
-  // The single command dispatcher (commands.h).
+  // The single command dispatcher (commands.h, favorite_menu_ids.h).
   void OnCommand(int id);
+  // Keys outside the key map; true when the key acted.
+  bool OnKeyDown(int key, Qt::KeyboardModifiers modifiers);
+  // One wheel message is one volume step, whatever its size.
+  void OnMouseWheel(int delta);
   // The player's own messages (messages.h); returns the message's result.
   qintptr OnPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
   // Safe from any thread: delivers the message on the interface thread.
   void PostPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
 
+  // Applies what the options pages change.
+  void ApplySettings();
+
+  // Where the favourites dialog's group choice comes in: the group index, or
+  // nothing when the user cancels. Without one, adding a favourite stops at
+  // the choice.
+  using FavoriteGroupPicker = std::function<std::optional<int>()>;
+  void SetFavoriteGroupPicker(FavoriteGroupPicker picker) {
+    pickFavoriteGroup_ = std::move(picker);
+  }
+
   GraphManager* graph() const { return graph_.get(); }
   VideoRenderer* videoWindow() const { return videoWindow_; }
+  PlaylistModel* playlist() const { return playlist_.get(); }
+  const std::vector<QString>& recentFiles() const { return recentFiles_.Entries(); }
+  FavoriteRun& favoriteRun() { return favoriteRun_; }
+  LyricsHook& lyricsHook() { return lyricsHook_; }
+  AlbumArtHook& albumArtHook() { return albumArtHook_; }
   bool fullscreen() const { return fullscreen_; }
+  bool HasLyrics() const { return hasLyrics_; }
+  const LyricsResult* lyrics() const { return lyrics_.get(); }
+  const QImage& albumArt() const { return albumArt_; }
+  double lastSpeed() const { return lastSpeed_; }
+  bool sizeOsdArmed() const { return sizeOsdArmed_; }
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -61,28 +108,104 @@ class MainWindow : public QWidget {
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
 
  private:
+  // main_window.cpp
   void ReadWindowSettings();
   void RestorePlacement();
   void SavePanels();
   void SaveWindowAndSettings();
-  // Saves the window and the settings, stops the timers and the engine, and
-  // ends the event loop; the objects go when the window is deleted.
+  // Saves the window and the settings, stops the timers, the overlay and the
+  // engine, and ends the event loop; the objects go when the window is deleted.
   void Destroy();
-  void OnGraphEvent(long eventCode);
-  void OnTimer(int id);
+  void EnterFullscreen();
+  void LeaveFullscreen();
   Qt::Edges ResizeEdgesAt(const QPoint& position) const;
+
+  // main_window_open.cpp
+  void OnGraphEvent(long eventCode);
+  // Next and previous of the playlist or of a favourites run.
+  void PlayNext();
+  void PlayPrevious();
+  // Walks the list from the current item until a file opens; false when
+  // the list ran out first.
+  bool WalkToNextPlayable();
+  void LoadLyricsForMedia(const QString& path);
+  void OnLyricsResult(std::unique_ptr<LyricsResult> result);
+  void OnAlbumArtResult(std::unique_ptr<AlbumArt> art);
+  void ClearAlbumArt();
+  void ToggleLyricsPanel();
+  void UpdateTitleBarName();
+
+  // main_window_commands.cpp
+  // The stored volume and mute reach the engine at start.
+  void ApplyStoredVolume();
+  void OpenRecent(int index);
+  void ClearRecent();
+  void AddToFavorites();
+  void PlayFavorite(int group, int item);
+  void ClearFavoriteGroup(int group);
+  void ShowOptions();
+  void RotateBy(int degrees);
+  void ToggleFlipHorizontal();
+  void ToggleFlipVertical();
+  void DisableSubtitles();
+  void OpenSubtitleFile();
+  void ShowPositionOsd();
+  void StepVolume(double delta);
+  void ToggleMute();
+  void SetSpeedPreset(double speed);
+  void SetSpeedForFrameRate(double framesPerSecond);
+  void ToggleSpeed(bool withOsd);
+  void StepSpeed(double delta, bool rounded);
+  void SetMarkA();
+  void SetMarkB();
+  void ClearMarks();
+  void UpdateMarks();
+  void ToggleMaximize();
+  void Escape();
+  void SelectAudioTrack(int track);
+  void ToggleDrc();
+  // At the end of a file with A set and no loop: back to A; true when it went.
+  bool ContinueFromMarkA();
+
+  // main_window_input.cpp
+  void OnTimer(int id);
+  void UpdateFullscreenBars();
 
   std::unique_ptr<GraphManager> graph_;
   VideoRenderer* videoWindow_ = nullptr;  // a child: Qt deletes it with the window
   OsdOverlay* osdOverlay_ = nullptr;      // a child of the video window
 
+  // The playlist: its model now, its window when the panel exists.
+  std::unique_ptr<PlaylistView> playlistView_;
+  std::unique_ptr<PlaylistModel> playlist_;
+  RecentFiles recentFiles_;
+  FavoriteRun favoriteRun_;
+  FavoriteGroupPicker pickFavoriteGroup_;
+
+  LyricsHook lyricsHook_;
+  bool hasLyrics_ = false;
+  std::unique_ptr<LyricsResult> lyrics_;
+  AlbumArtHook albumArtHook_;
+  QImage albumArt_;
+
   bool fullscreen_ = false;
+  bool showTitleBar_ = true;
+  bool showToolbar_ = true;
+  bool sizeOsdArmed_ = false;
   bool closing_ = false;
+  bool thumbnailPreview_ = false;
   QRect normalGeometry_;  // the last normal rectangle, for the settings
-  QTimer positionTimer_;  // 1001
-  QTimer frameTimer_;     // 1006
+  bool maximizedBeforeFullscreen_ = false;
+  QTimer positionTimer_;        // 1001: position, A-B loop, lyric line
+  QTimer fullscreenBarsTimer_;  // 1005: bars under the cursor in fullscreen
+  QTimer frameTimer_;           // 1006: OSD fade, spectrum feed
+  QTimer sizeOsdTimer_;         // 1007: arms the size OSD after start-up settles
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
 };

@@ -9,34 +9,98 @@
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
 
+#include <filesystem>
+#include <string>
+
 namespace zelvaro {
 namespace {
 
-bool ProbeOpenGl() {
+struct OpenGlProbe {
+  bool usable = false;
+  bool software = false;
+};
+
+OpenGlProbe ProbeOpenGl() {
   const QString platform = QGuiApplication::platformName();
   // QOpenGLWidget crashes inside Qt on these.
-  if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal")) return false;
+  if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal")) return {};
   QOpenGLContext context;
-  if (!context.create()) return false;
+  if (!context.create()) return {};
   QOffscreenSurface surface;
   surface.setFormat(context.format());
   surface.create();
-  if (!surface.isValid() || !context.makeCurrent(&surface)) return false;
+  if (!surface.isValid() || !context.makeCurrent(&surface)) return {};
   const QSurfaceFormat format = context.format();
-  const bool usable = format.majorVersion() >= 3;
-  Trace("Video renderer: probe found OpenGL%s %d.%d (%s)", context.isOpenGLES() ? " ES" : "",
-        format.majorVersion(), format.minorVersion(),
-        reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER)));
+  const char* renderer = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
+  OpenGlProbe probe;
+  probe.usable = format.majorVersion() >= 3;
+  probe.software = IsSoftwareRasterizer(QString::fromLatin1(renderer ? renderer : ""));
+  Trace("Video renderer: probe found OpenGL%s %d.%d (%s%s)", context.isOpenGLES() ? " ES" : "",
+        format.majorVersion(), format.minorVersion(), renderer ? renderer : "?",
+        probe.software ? ", software" : "");
   context.doneCurrent();
-  return usable;
+  return probe;
+}
+
+const OpenGlProbe& ProbeOnce() {
+  static const OpenGlProbe probe = ProbeOpenGl();
+  return probe;
+}
+
+// A device a hardware OpenGL could drive: a DRM node (every Mesa hardware
+// driver, and NVIDIA's with modesetting) or NVIDIA's control device. Without
+// one the only OpenGL is a software rasteriser, and the probe, which loads
+// the driver (about 100 ms on a 2-core machine), can be skipped.
+bool HasGpuDevice() {
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/dri", error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with("renderD") || name.starts_with("card")) return true;
+  }
+  return std::filesystem::exists("/dev/nvidiactl", error);
 }
 
 }  // namespace
 
+OpenGlOverride OpenGlOverrideFromEnvironment() {
+  if (qEnvironmentVariable("ZELVARO_NO_OPENGL") == QLatin1String("1")) return OpenGlOverride::Never;
+  if (qEnvironmentVariable("ZELVARO_OPENGL") == QLatin1String("force")) return OpenGlOverride::Force;
+  return OpenGlOverride::Auto;
+}
+
+bool IsSoftwareRasterizer(QStringView glRenderer) {
+  for (const char* name : {"llvmpipe", "softpipe", "swrast", "software rasterizer"}) {
+    if (glRenderer.contains(QLatin1String(name), Qt::CaseInsensitive)) return true;
+  }
+  return false;
+}
+
+bool PreferOpenGl(bool openGlUsable, bool softwareRasterizer, OpenGlOverride overrideChoice) {
+  switch (overrideChoice) {
+    case OpenGlOverride::Never:
+      return false;
+    case OpenGlOverride::Force:
+      return openGlUsable;
+    case OpenGlOverride::Auto:
+      break;
+  }
+  return openGlUsable && !softwareRasterizer;
+}
+
 bool OpenGlVideoAvailable() {
-  if (qEnvironmentVariable("ZELVARO_NO_OPENGL") == QLatin1String("1")) return false;
-  static const bool available = ProbeOpenGl();
-  return available;
+  if (OpenGlOverrideFromEnvironment() == OpenGlOverride::Never) return false;
+  return ProbeOnce().usable;
+}
+
+bool ChooseOpenGlVideo() {
+  const OpenGlOverride overrideChoice = OpenGlOverrideFromEnvironment();
+  if (overrideChoice == OpenGlOverride::Never) return false;
+  if (overrideChoice == OpenGlOverride::Auto && !HasGpuDevice()) {
+    ZELVARO_TRACE_FIRST(1, "Video renderer: no GPU device, so no hardware OpenGL to probe");
+    return false;
+  }
+  const OpenGlProbe& probe = ProbeOnce();
+  return PreferOpenGl(probe.usable, probe.software, overrideChoice);
 }
 
 VideoGlSurface::VideoGlSurface(SceneSource sceneForPaint, QWidget* parent)

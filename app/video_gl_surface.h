@@ -7,6 +7,7 @@
 #include "app/video_scene.h"
 
 #include <QOpenGLWidget>
+#include <QStringView>
 
 #include <functional>
 
@@ -17,6 +18,24 @@ namespace zelvaro {
 // (offscreen, minimal), and not when no context of at least OpenGL 3.0 or
 // OpenGL ES 3.0 can be made. The platform probe runs once per process.
 bool OpenGlVideoAvailable();
+
+// Whether the renderer should take OpenGL: available, and either done by
+// hardware or forced. Environment read at each call, the probe once; on a
+// machine without a GPU device node there is no probe at all.
+bool ChooseOpenGlVideo();
+
+// The environment's word on OpenGL: ZELVARO_NO_OPENGL=1 is Never,
+// ZELVARO_OPENGL=force is Force (Never wins when both are set).
+enum class OpenGlOverride { Auto, Force, Never };
+OpenGlOverride OpenGlOverrideFromEnvironment();
+
+// True when a GL_RENDERER string names a rasteriser that runs on the CPU
+// (Mesa's llvmpipe, softpipe and swrast), case ignored.
+bool IsSoftwareRasterizer(QStringView glRenderer);
+
+// The choice itself: a software rasteriser turns YUV into pixels with the
+// CPU anyway, at several times the cost of the QPainter path.
+bool PreferOpenGl(bool openGlUsable, bool softwareRasterizer, OpenGlOverride overrideChoice);
 
 class VideoGlSurface : public QOpenGLWidget {
   Q_OBJECT

@@ -4,27 +4,45 @@
 #include "app/video_geometry.h"
 
 #include <QPainter>
+#include <QRegion>
 
 namespace zelvaro {
 
-void VideoPainter::Paint(QPainter& painter, const QRect& area, const VideoScene& scene) {
-  painter.fillRect(area, kVideoBackground);
-  if (!scene.frame) {
-    Forget();
+void VideoPainter::Paint(QPainter& painter, const QRect& area, const VideoScene& scene,
+                         const DirectPaintTarget& direct) {
+  if (!scene.frame) Forget();
+  if (!scene.frame || scene.pictureRect.isEmpty() || !IsFrameUsable(*scene.frame)) {
+    painter.fillRect(area, kVideoBackground);
     return;
   }
-  if (scene.pictureRect.isEmpty()) return;
-  const QImage& rgb = RgbFor(scene);
-  if (rgb.isNull()) return;
+  // The picture is opaque: only the bars beside it are filled, not a whole
+  // frame of pixels that the picture then covers again.
+  for (const QRect& bar : QRegion(area).subtracted(QRegion(scene.pictureRect)))
+    painter.fillRect(bar, kVideoBackground);
 
-  painter.save();
-  painter.setRenderHint(QPainter::SmoothPixmapTransform);
-  painter.setTransform(
-      QTransform::fromScale(1.0 / rgb.width(), 1.0 / rgb.height()) *
-          PictureTransform(QRectF(scene.pictureRect), scene.rotationDeg, scene.flip),
-      true);
-  painter.drawImage(QPointF(0, 0), rgb);
-  painter.restore();
+  const qreal pixelRatio = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
+  const QSize frameSize(scene.frame->width, scene.frame->height);
+  const bool oneToOne = scene.rotationDeg == 0 && !scene.flip &&
+                        QSizeF(scene.pictureRect.size()) * pixelRatio == QSizeF(frameSize) &&
+                        painter.transform().isIdentity();
+  if (oneToOne && pixelRatio == 1.0 && PaintDirect(scene, direct)) {
+    // Written straight into the window's image.
+  } else if (oneToOne && !RgbFor(scene).isNull()) {
+    // The common case of a window the size of the video: a plain copy of
+    // rows, where a transform would resample every pixel.
+    rgb_.setDevicePixelRatio(pixelRatio);
+    painter.drawImage(scene.pictureRect.topLeft(), rgb_);
+  } else if (!RgbFor(scene).isNull()) {
+    rgb_.setDevicePixelRatio(1.0);
+    painter.save();
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setTransform(
+        QTransform::fromScale(1.0 / rgb_.width(), 1.0 / rgb_.height()) *
+            PictureTransform(QRectF(scene.pictureRect), scene.rotationDeg, scene.flip),
+        true);
+    painter.drawImage(QPointF(0, 0), rgb_);
+    painter.restore();
+  }
   if (!scene.overlay.isNull()) {
     painter.save();
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
@@ -34,6 +52,22 @@ void VideoPainter::Paint(QPainter& painter, const QRect& area, const VideoScene&
   }
 }
 
+bool VideoPainter::PaintDirect(const VideoScene& scene, const DirectPaintTarget& direct) {
+  if (direct.image == nullptr || direct.image->devicePixelRatio() != 1.0) return false;
+  const QRegion picturePart = direct.region.intersected(scene.pictureRect);
+  const QRect imageRect = direct.image->rect().translated(-direct.widgetOffset);
+  // All or nothing, so a refusal leaves the copying path a clean slate.
+  if (!imageRect.contains(picturePart.boundingRect())) return false;
+  for (const QRect& part : picturePart) {
+    if (!ConvertFrameRectToRgb(*scene.frame, scene.toRgb,
+                               part.translated(-scene.pictureRect.topLeft()), direct.image,
+                               part.topLeft() + direct.widgetOffset)) {
+      return false;
+    }
+  }
+  return true;
+}
+
 void VideoPainter::Forget() {
   convertedFrame_.reset();
   rgb_ = QImage();
@@ -41,7 +75,7 @@ void VideoPainter::Forget() {
 
 const QImage& VideoPainter::RgbFor(const VideoScene& scene) {
   if (scene.frame != convertedFrame_ || !(scene.toRgb == convertedMatrix_)) {
-    rgb_ = ConvertFrameToRgb(*scene.frame, scene.toRgb);
+    ConvertFrameToRgb(*scene.frame, scene.toRgb, &rgb_);
     convertedFrame_ = scene.frame;
     convertedMatrix_ = scene.toRgb;
   }

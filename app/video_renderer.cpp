@@ -5,8 +5,15 @@
 #include "app/video_gl_surface.h"
 #include "foundation/trace.h"
 
+#include <QBackingStore>
+#include <QCoreApplication>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QResizeEvent>
+#include <QTimer>
+
+#include <cstdio>
+#include <ctime>
 
 namespace zelvaro {
 namespace {
@@ -19,7 +26,8 @@ bool InRange(int value, int limit) {
 
 VideoRenderer::VideoRenderer(QWidget* parent) : QWidget(parent) {
   setAttribute(Qt::WA_OpaquePaintEvent);
-  if (OpenGlVideoAvailable()) {
+  announceFirstFrame_ = qEnvironmentVariable("ZELVARO_BENCH_FIRST_FRAME") == QLatin1String("1");
+  if (ChooseOpenGlVideo()) {
     glSurface_ =
         new VideoGlSurface([this](const QSize& areaSize) { return SceneForPaint(areaSize); }, this);
     glSurface_->setGeometry(rect());
@@ -44,6 +52,8 @@ void VideoRenderer::PresentFrame(VideoFramePtr frame) {
   }
   {
     std::lock_guard lock(mailboxMutex_);
+    ++counters_.presented;
+    if (pendingReplacesShown_ && pendingFrame_) ++counters_.replacedBeforePaint;
     pendingFrame_ = std::move(frame);
     pendingReplacesShown_ = true;
   }
@@ -135,10 +145,19 @@ void VideoRenderer::SetSubtitleOverlaySource(SubtitleOverlaySource* source) {
   RequestRepaint();
 }
 
-void VideoRenderer::paintEvent(QPaintEvent*) {
+void VideoRenderer::paintEvent(QPaintEvent* event) {
   if (glSurface_) return;  // the surface covers the whole widget
   QPainter painter(this);
-  painter_.Paint(painter, rect(), SceneForPaint(size()));
+  DirectPaintTarget direct;
+  // Widgets paint into their window's backing store; where that is an image
+  // in memory (xcb, Wayland, offscreen), a picture shown pixel for pixel is
+  // converted straight into it.
+  if (QBackingStore* store = backingStore()) {
+    direct.image = dynamic_cast<QImage*>(store->paintDevice());
+    direct.widgetOffset = mapTo(window(), QPoint(0, 0));
+    direct.region = event->region();
+  }
+  painter_.Paint(painter, rect(), SceneForPaint(size()), direct);
 }
 
 void VideoRenderer::resizeEvent(QResizeEvent* event) {
@@ -152,9 +171,14 @@ VideoScene VideoRenderer::SceneForPaint(const QSize& areaSize) {
       shownFrame_ = std::move(pendingFrame_);
       pendingFrame_.reset();
       pendingReplacesShown_ = false;
+      if (shownFrame_) {
+        ++counters_.painted;
+        counters_.lastPaintedTime100ns = shownFrame_->time100ns;
+      }
     }
   }
   ++paintCount_;
+  if (announceFirstFrame_ && shownFrame_) AnnounceFirstFrameForBenchmark();
   VideoScene scene;
   scene.frame = shownFrame_;
   if (!shownFrame_) {
@@ -177,6 +201,27 @@ VideoScene VideoRenderer::SceneForPaint(const QSize& areaSize) {
   }
   shownScene_ = scene;
   return scene;
+}
+
+VideoRenderer::FrameCounters VideoRenderer::Counters() const {
+  std::lock_guard lock(mailboxMutex_);
+  return counters_;
+}
+
+void VideoRenderer::AnnounceFirstFrameForBenchmark() {
+  announceFirstFrame_ = false;
+  // Queued, so the time is taken once this paint has reached the window
+  // system (the backing store flush, or the OpenGL composition).
+  QTimer::singleShot(0, this, [] {
+    // CLOCK_MONOTONIC is shared by every process, so the launcher subtracts
+    // its own start time from this one.
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    std::printf("zelvaro-first-frame-shown monotonic_ns=%lld\n",
+                static_cast<long long>(now.tv_sec) * 1'000'000'000LL + now.tv_nsec);
+    std::fflush(stdout);
+    QCoreApplication::exit(0);
+  });
 }
 
 void VideoRenderer::RequestRepaint() {

@@ -28,6 +28,16 @@
 // "contrast", "saturation" (int: -100..100) and "hue" (int: -180..180
 // degrees), 0 being neutral. Every change repaints at once, so a paused
 // picture follows the controls.
+//
+// Path. OpenGL when a hardware OpenGL runs the shaders; on a software
+// rasteriser (llvmpipe, softpipe, swrast), or on a machine without any GPU
+// device, the QPainter path, which costs a fraction of the CPU there
+// (bench_playback_window). ZELVARO_OPENGL=force takes OpenGL even then,
+// ZELVARO_NO_OPENGL=1 never does.
+//
+// With ZELVARO_BENCH_FIRST_FRAME=1 the first painted frame is announced on
+// standard output ("zelvaro-first-frame-shown monotonic_ns=<CLOCK_MONOTONIC>")
+// and the application quits: the launch benchmark's finish line.
 
 #include "app/video_painter.h"
 #include "app/video_scene.h"
@@ -70,9 +80,20 @@ class VideoRenderer : public QWidget, public VideoOutput {
   // before the source is destroyed.
   void SetSubtitleOverlaySource(SubtitleOverlaySource* source);
 
+  // What became of the frames handed in, for tests and benchmarks. Each
+  // presented frame is painted, replaced before a paint took it (a dropped
+  // frame), still waiting, or let go by ClearFrame.
+  struct FrameCounters {
+    uint64_t presented = 0;
+    uint64_t painted = 0;
+    uint64_t replacedBeforePaint = 0;
+    int64_t lastPaintedTime100ns = -1;  // -1 before the first painted frame
+  };
+
   Path CurrentPath() const { return path_; }
   // Paints so far, with or without a frame; for tests and benchmarks.
   uint64_t PaintCount() const { return paintCount_; }
+  FrameCounters Counters() const;  // any thread
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -83,10 +104,13 @@ class VideoRenderer : public QWidget, public VideoOutput {
   void RequestRepaint();
   void SwitchToPainter();
 
+  void AnnounceFirstFrameForBenchmark();
+
   // Shared with the streaming thread.
-  std::mutex mailboxMutex_;
+  mutable std::mutex mailboxMutex_;
   VideoFramePtr pendingFrame_;         // newest frame not yet painted
   bool pendingReplacesShown_ = false;  // pendingFrame_ (possibly null) is news
+  FrameCounters counters_;
   std::atomic<bool> repaintQueued_{false};
 
   // Interface thread only.
@@ -102,6 +126,7 @@ class VideoRenderer : public QWidget, public VideoOutput {
   ColorControls colorControls_;
   SubtitleOverlaySource* overlaySource_ = nullptr;
   uint64_t paintCount_ = 0;
+  bool announceFirstFrame_ = false;
 };
 
 }  // namespace zelvaro

@@ -4,6 +4,10 @@
 #include <cmath>
 #include <numbers>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 namespace zelvaro {
 namespace {
 
@@ -61,6 +65,212 @@ inline uint8_t ClampByte(int value) {
   return uint8_t(std::clamp(value, 0, 255));
 }
 
+// The matrix on byte samples in fixed point, out = (sum(k * byte) + offset)
+// >> shift, with every k within 16 bits so SSE2 can multiply pairs at once;
+// the shift is as large as that allows (13 for the usual matrices).
+struct FixedMatrix {
+  int shift = 0;
+  int k[3][3]{};
+  int offset[3]{};
+};
+
+FixedMatrix ToFixed(const YuvToRgbMatrix& toRgb) {
+  float largest = 0.0f;
+  for (const auto& row : toRgb.m)
+    for (int c = 0; c < 3; ++c) largest = std::max(largest, std::abs(row[c]));
+  FixedMatrix fixed;
+  fixed.shift = 14;
+  while (fixed.shift > 0 && largest * float(1 << fixed.shift) > 32767.0f) --fixed.shift;
+  const double scale = double(1 << fixed.shift);
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 3; ++c) fixed.k[r][c] = int(std::lround(toRgb.m[r][c] * scale));
+    // Offsets are not bound to 16 bits; clamped only so the sums cannot overflow.
+    const double offset = std::clamp(toRgb.m[r][3] * 255.0 * scale, -1e9, 1e9);
+    fixed.offset[r] = int(std::lround(offset)) + (fixed.shift > 0 ? 1 << (fixed.shift - 1) : 0);
+  }
+  return fixed;
+}
+
+// One row of the picture: luma, and the chroma row it shares with its
+// neighbour (v null for NV12, whose u row interleaves both).
+struct RowPlanes {
+  const uint8_t* y;
+  const uint8_t* u;
+  const uint8_t* v;
+};
+
+void ConvertRowScalar(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from, int to) {
+  for (int x = from; x < to; ++x) {
+    const int luma = row.y[x];
+    const int cb = row.v ? row.u[x / 2] : row.u[(x / 2) * 2];
+    const int cr = row.v ? row.v[x / 2] : row.u[(x / 2) * 2 + 1];
+    int channel[3];
+    for (int r = 0; r < 3; ++r) {
+      channel[r] = (fixed.k[r][0] * luma + fixed.k[r][1] * cb + fixed.k[r][2] * cr +
+                    fixed.offset[r]) >> fixed.shift;
+    }
+    out[x - from] = qRgb(ClampByte(channel[0]), ClampByte(channel[1]), ClampByte(channel[2]));
+  }
+}
+
+#if defined(__x86_64__)
+// Sixteen pixels a step: luma and duplicated chroma widened to 16 bits,
+// (y, u) and (v, 0) pairs multiplied and summed into 32 bits with madd, the
+// same fixed point as the scalar loop, so every path gives identical bytes.
+// Like the scalar loop, each kernel writes pixel x to out[x - from]; it
+// converts while a whole step fits and returns where it stopped, and the
+// next narrower one does the rest.
+int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from,
+                   int width) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i opaque = _mm_set1_epi8(char(0xFF));
+  __m128i yuWeights[3], vWeights[3], offsets[3];
+  for (int r = 0; r < 3; ++r) {
+    yuWeights[r] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][0])) |
+                                      (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
+    vWeights[r] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
+    offsets[r] = _mm_set1_epi32(fixed.offset[r]);
+  }
+  const __m128i shift = _mm_cvtsi32_si128(fixed.shift);
+  // Four pixels of one channel, 32 bits each.
+  auto channel = [&](int r, __m128i yu, __m128i v0) {
+    const __m128i sum = _mm_add_epi32(
+        _mm_add_epi32(_mm_madd_epi16(yu, yuWeights[r]), _mm_madd_epi16(v0, vWeights[r])),
+        offsets[r]);
+    return _mm_sra_epi32(sum, shift);
+  };
+  if (from % 2 != 0) return from;  // a step starts on a chroma pair
+  int x = from;
+  for (; x + 16 <= width; x += 16) {
+    const __m128i luma = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.y + x));
+    __m128i cb, cr;  // eight samples each, 16 bits
+    if (row.v) {
+      cb = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.u + x / 2)), zero);
+      cr = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.v + x / 2)), zero);
+    } else {
+      const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x));
+      cb = _mm_and_si128(both, _mm_set1_epi16(0x00FF));
+      cr = _mm_srli_epi16(both, 8);
+    }
+    __m128i halves[2][3];  // [pixels 0-7, 8-15][R, G, B], 16 bits
+    for (int half = 0; half < 2; ++half) {
+      const __m128i y16 = half ? _mm_unpackhi_epi8(luma, zero) : _mm_unpacklo_epi8(luma, zero);
+      const __m128i u16 = half ? _mm_unpackhi_epi16(cb, cb) : _mm_unpacklo_epi16(cb, cb);
+      const __m128i v16 = half ? _mm_unpackhi_epi16(cr, cr) : _mm_unpacklo_epi16(cr, cr);
+      const __m128i yu0 = _mm_unpacklo_epi16(y16, u16), yu1 = _mm_unpackhi_epi16(y16, u16);
+      const __m128i v0 = _mm_unpacklo_epi16(v16, zero), v1 = _mm_unpackhi_epi16(v16, zero);
+      for (int r = 0; r < 3; ++r)
+        halves[half][r] = _mm_packs_epi32(channel(r, yu0, v0), channel(r, yu1, v1));
+    }
+    __m128i bytes[3];  // sixteen R, G, B
+    for (int r = 0; r < 3; ++r) bytes[r] = _mm_packus_epi16(halves[0][r], halves[1][r]);
+    // Memory order of RGB32 on a little-endian machine: B, G, R, 0xFF.
+    const __m128i bgLow = _mm_unpacklo_epi8(bytes[2], bytes[1]);
+    const __m128i bgHigh = _mm_unpackhi_epi8(bytes[2], bytes[1]);
+    const __m128i raLow = _mm_unpacklo_epi8(bytes[0], opaque);
+    const __m128i raHigh = _mm_unpackhi_epi8(bytes[0], opaque);
+    auto* target = reinterpret_cast<__m128i*>(out + (x - from));
+    _mm_storeu_si128(target + 0, _mm_unpacklo_epi16(bgLow, raLow));
+    _mm_storeu_si128(target + 1, _mm_unpackhi_epi16(bgLow, raLow));
+    _mm_storeu_si128(target + 2, _mm_unpacklo_epi16(bgHigh, raHigh));
+    _mm_storeu_si128(target + 3, _mm_unpackhi_epi16(bgHigh, raHigh));
+  }
+  return x;
+}
+
+struct Avx2Weights {
+  __m256i yu[3], v[3], offset[3];
+  __m128i shift;
+};
+
+// Eight pixels of channel r (two groups of four, one per 128-bit half).
+__attribute__((target("avx2"))) inline __m256i ChannelAvx2(const Avx2Weights& weights, int r,
+                                                           __m256i yu, __m256i v0) {
+  const __m256i sum =
+      _mm256_add_epi32(_mm256_add_epi32(_mm256_madd_epi16(yu, weights.yu[r]),
+                                        _mm256_madd_epi16(v0, weights.v[r])),
+                       weights.offset[r]);
+  return _mm256_sra_epi32(sum, weights.shift);
+}
+
+// The same arithmetic, 32 pixels a step. AVX2 unpacks and packs work
+// within each 128-bit half, so chroma is reordered before it is duplicated
+// and the results are put back in order before they are stored.
+__attribute__((target("avx2"))) int ConvertRowAvx2(const FixedMatrix& fixed, const RowPlanes& row,
+                                                   QRgb* out, int from, int width) {
+  const __m256i zero = _mm256_setzero_si256();
+  const __m256i opaque = _mm256_set1_epi8(char(0xFF));
+  Avx2Weights weights;
+  for (int r = 0; r < 3; ++r) {
+    weights.yu[r] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][0])) |
+                                          (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
+    weights.v[r] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
+    weights.offset[r] = _mm256_set1_epi32(fixed.offset[r]);
+  }
+  weights.shift = _mm_cvtsi32_si128(fixed.shift);
+  if (from % 2 != 0) return from;
+  int x = from;
+  for (; x + 32 <= width; x += 32) {
+    __m256i cb, cr;  // sixteen samples each, 16 bits, in pixel order
+    if (row.v) {
+      cb = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x / 2)));
+      cr = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row.v + x / 2)));
+    } else {
+      const __m256i both = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row.u + x));
+      cb = _mm256_and_si256(both, _mm256_set1_epi16(0x00FF));
+      cr = _mm256_srli_epi16(both, 8);
+    }
+    // Quarters 0, 2, 1, 3: the in-half duplication below then yields
+    // pixels 0-15 from the low unpack and 16-31 from the high one.
+    cb = _mm256_permute4x64_epi64(cb, 0xD8);
+    cr = _mm256_permute4x64_epi64(cr, 0xD8);
+    __m256i sixteens[2][3];  // [pixels 0-15, 16-31][R, G, B], 16 bits, in order
+    for (int half = 0; half < 2; ++half) {
+      const __m256i y16 = _mm256_cvtepu8_epi16(
+          _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.y + x + 16 * half)));
+      const __m256i u16 = half ? _mm256_unpackhi_epi16(cb, cb) : _mm256_unpacklo_epi16(cb, cb);
+      const __m256i v16 = half ? _mm256_unpackhi_epi16(cr, cr) : _mm256_unpacklo_epi16(cr, cr);
+      const __m256i yu0 = _mm256_unpacklo_epi16(y16, u16), yu1 = _mm256_unpackhi_epi16(y16, u16);
+      const __m256i v0 = _mm256_unpacklo_epi16(v16, zero), v1 = _mm256_unpackhi_epi16(v16, zero);
+      for (int r = 0; r < 3; ++r)
+        sixteens[half][r] =
+            _mm256_packs_epi32(ChannelAvx2(weights, r, yu0, v0), ChannelAvx2(weights, r, yu1, v1));
+    }
+    __m256i bytes[3];  // thirty-two R, G, B, in order
+    for (int r = 0; r < 3; ++r) {
+      bytes[r] = _mm256_permute4x64_epi64(_mm256_packus_epi16(sixteens[0][r], sixteens[1][r]), 0xD8);
+    }
+    const __m256i bgLow = _mm256_unpacklo_epi8(bytes[2], bytes[1]);
+    const __m256i bgHigh = _mm256_unpackhi_epi8(bytes[2], bytes[1]);
+    const __m256i raLow = _mm256_unpacklo_epi8(bytes[0], opaque);
+    const __m256i raHigh = _mm256_unpackhi_epi8(bytes[0], opaque);
+    const __m256i pixelsA = _mm256_unpacklo_epi16(bgLow, raLow);    // 0-3 | 16-19
+    const __m256i pixelsB = _mm256_unpackhi_epi16(bgLow, raLow);    // 4-7 | 20-23
+    const __m256i pixelsC = _mm256_unpacklo_epi16(bgHigh, raHigh);  // 8-11 | 24-27
+    const __m256i pixelsD = _mm256_unpackhi_epi16(bgHigh, raHigh);  // 12-15 | 28-31
+    auto* target = reinterpret_cast<__m256i*>(out + (x - from));
+    _mm256_storeu_si256(target + 0, _mm256_permute2x128_si256(pixelsA, pixelsB, 0x20));
+    _mm256_storeu_si256(target + 1, _mm256_permute2x128_si256(pixelsC, pixelsD, 0x20));
+    _mm256_storeu_si256(target + 2, _mm256_permute2x128_si256(pixelsA, pixelsB, 0x31));
+    _mm256_storeu_si256(target + 3, _mm256_permute2x128_si256(pixelsC, pixelsD, 0x31));
+  }
+  return ConvertRowSse2(fixed, row, out + (x - from), x, width);
+}
+
+using RowKernel = int (*)(const FixedMatrix&, const RowPlanes&, QRgb*, int, int);
+
+RowKernel PickRowKernel() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2") ? &ConvertRowAvx2 : &ConvertRowSse2;
+}
+#else
+using RowKernel = int (*)(const FixedMatrix&, const RowPlanes&, QRgb*, int, int);
+
+RowKernel PickRowKernel() {
+  return [](const FixedMatrix&, const RowPlanes&, QRgb*, int from, int) { return from; };
+}
+#endif
+
 }  // namespace
 
 YuvToRgbMatrix MakeYuvToRgbMatrix(VideoColorMatrix matrix, VideoColorRange range,
@@ -97,35 +307,64 @@ bool IsFrameUsable(const VideoFrame& frame) {
   return true;
 }
 
-QImage ConvertFrameToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb) {
-  if (!IsFrameUsable(frame)) return {};
-  QImage image(frame.width, frame.height, QImage::Format_RGB32);
-  if (image.isNull()) return {};
+namespace {
 
-  // 16.16 fixed point on byte samples: out = sum(k * byte) + offset.
-  int k[3][3];
-  int offset[3];
-  for (int r = 0; r < 3; ++r) {
-    for (int c = 0; c < 3; ++c) k[r][c] = int(std::lround(toRgb.m[r][c] * 65536.0));
-    offset[r] = int(std::lround(toRgb.m[r][3] * 255.0 * 65536.0)) + 32768;
-  }
+// Pixels [from, to) of picture row y into out[0 .. to - from).
+void ConvertSpan(const FixedMatrix& fixed, const VideoFrame& frame, int y, int from, int to,
+                 QRgb* out) {
+  static const RowKernel kernel = PickRowKernel();
   const bool nv12 = frame.format == VideoPixelFormat::NV12;
-  for (int y = 0; y < frame.height; ++y) {
-    const uint8_t* rowY = frame.planes[0] + size_t(y) * frame.strides[0];
-    const uint8_t* rowU = frame.planes[1] + size_t(y / 2) * frame.strides[1];
-    const uint8_t* rowV = nv12 ? rowU + 1 : frame.planes[2] + size_t(y / 2) * frame.strides[2];
-    const int chromaStep = nv12 ? 2 : 1;
-    auto* out = reinterpret_cast<QRgb*>(image.scanLine(y));
-    for (int x = 0; x < frame.width; ++x) {
-      const int luma = rowY[x];
-      const int cb = rowU[(x / 2) * chromaStep];
-      const int cr = rowV[(x / 2) * chromaStep];
-      const int red = (k[0][0] * luma + k[0][1] * cb + k[0][2] * cr + offset[0]) >> 16;
-      const int green = (k[1][0] * luma + k[1][1] * cb + k[1][2] * cr + offset[1]) >> 16;
-      const int blue = (k[2][0] * luma + k[2][1] * cb + k[2][2] * cr + offset[2]) >> 16;
-      out[x] = qRgb(ClampByte(red), ClampByte(green), ClampByte(blue));
-    }
+  const RowPlanes row{frame.planes[0] + size_t(y) * frame.strides[0],
+                      frame.planes[1] + size_t(y / 2) * frame.strides[1],
+                      nv12 ? nullptr : frame.planes[2] + size_t(y / 2) * frame.strides[2]};
+  int x = from;
+  // The vector steps begin on a chroma pair.
+  if (x % 2 != 0 && x < to) ConvertRowScalar(fixed, row, out, x, x + 1), ++x;
+  x = kernel(fixed, row, out + (x - from), x, to);
+  ConvertRowScalar(fixed, row, out + (x - from), x, to);
+}
+
+}  // namespace
+
+void ConvertFrameToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb, QImage* image) {
+  if (!IsFrameUsable(frame)) {
+    *image = QImage();
+    return;
   }
+  // Reused when it fits and nobody else holds it: a fresh 8 MB image per
+  // 1080p frame costs page faults on every frame.
+  if (image->size() != QSize(frame.width, frame.height) ||
+      image->format() != QImage::Format_RGB32 || !image->isDetached()) {
+    *image = QImage(frame.width, frame.height, QImage::Format_RGB32);
+    if (image->isNull()) return;
+  }
+  const FixedMatrix fixed = ToFixed(toRgb);
+  for (int y = 0; y < frame.height; ++y) {
+    ConvertSpan(fixed, frame, y, 0, frame.width, reinterpret_cast<QRgb*>(image->scanLine(y)));
+  }
+}
+
+bool ConvertFrameRectToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb,
+                           const QRect& source, QImage* target, const QPoint& at) {
+  const QImage::Format format = target->format();
+  if (!IsFrameUsable(frame) || source.isEmpty() ||
+      !QRect(0, 0, frame.width, frame.height).contains(source) ||
+      !target->rect().contains(QRect(at, source.size())) ||
+      (format != QImage::Format_RGB32 && format != QImage::Format_ARGB32 &&
+       format != QImage::Format_ARGB32_Premultiplied)) {
+    return false;
+  }
+  const FixedMatrix fixed = ToFixed(toRgb);
+  for (int y = source.top(); y <= source.bottom(); ++y) {
+    auto* out = reinterpret_cast<QRgb*>(target->scanLine(at.y() + y - source.top())) + at.x();
+    ConvertSpan(fixed, frame, y, source.left(), source.right() + 1, out);
+  }
+  return true;
+}
+
+QImage ConvertFrameToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb) {
+  QImage image;
+  ConvertFrameToRgb(frame, toRgb, &image);
   return image;
 }
 

@@ -51,7 +51,19 @@ inline int ChromaHeight(const VideoFrame& frame) {
 }
 
 // The frame as RGB32 at its coded size; null for an unusable frame. Chroma is
-// taken from the nearest sample. About 5 ms for 1080p on one core.
+// taken from the nearest sample. On x86-64 sixteen or thirty-two pixels a
+// step (SSE2, AVX2 when the processor has it: about 1 ms for 1080p on one
+// core); every path computes the same bytes.
 QImage ConvertFrameToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb);
+// The same into `image`, reusing its pixels when it already has the frame's
+// size and format and shares them with nobody.
+void ConvertFrameToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb, QImage* image);
+// The pixels of `source` (frame pixels) into `target` with their top left at
+// `at`, opaque, and nothing else of `target`: the same bytes as the whole
+// conversion gives there. False, with nothing written, for an unusable
+// frame, a rectangle outside the frame or the target, or a target that is
+// not 32-bit RGB.
+bool ConvertFrameRectToRgb(const VideoFrame& frame, const YuvToRgbMatrix& toRgb,
+                           const QRect& source, QImage* target, const QPoint& at);
 
 }  // namespace zelvaro

@@ -13,6 +13,7 @@
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
+#include <QFile>
 #include <QTest>
 
 namespace zelvaro {
@@ -44,7 +45,10 @@ class MainWindowTest : public QObject {
   }
 
   void playPauseAndTheEndOfTheFile() {
-    const QString clip = test::FixturePath(QStringLiteral("pattern_h264_aac.mp4"));
+    // Alone in its folder, so the end of the file is the end of the list.
+    const QString clip = home_->WriteFile(QStringLiteral("solo/clip.mp4"), QByteArray());
+    QFile::remove(clip);
+    QVERIFY(QFile::copy(test::FixturePath(QStringLiteral("pattern_h264_aac.mp4")), clip));
     QVERIFY(Application::Instance().Initialize(QString()));
     MainWindow* window = Application::Instance().mainWindow();
     QVERIFY(window->OpenFile(clip));

@@ -1,13 +1,15 @@
-// The video renderer on a real display: real OpenGL (Mesa under Xvfb) and the
-// QPainter path (ZELVARO_NO_OPENGL=1), fed hand-made I420 and NV12 frames and
-// read back from the screen, so a picture counts only once it reached the
-// window.
+// The video renderer on a real display: real OpenGL (Mesa under Xvfb, taken
+// with ZELVARO_OPENGL=force, since the renderer would choose QPainter on a
+// software rasteriser) and the QPainter path (ZELVARO_NO_OPENGL=1), fed
+// hand-made I420 and NV12 frames and read back from the screen, so a picture
+// counts only once it reached the window.
 
 #include "app/video_renderer.h"
 #include "app/palette.h"
 #include "app/subtitle_overlay_source.h"
 #include "app/video_gl_surface.h"
 
+#include <QBackingStore>
 #include <QScreen>
 #include <QtTest>
 
@@ -16,6 +18,7 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -274,6 +277,14 @@ class VideoRendererTest : public QObject {
   void appliesColourControls_data() { AddPathRows(); }
   void appliesColourControls();
   void refusesUnknownSettings();
+  void countsPresentedPaintedAndReplacedFrames_data() { AddPathRows(); }
+  void countsPresentedPaintedAndReplacedFrames();
+  void prefersOpenGlOnlyInHardware();
+  void followsTheOpenGlOverride();
+  void convertsEveryWidthLikeTheFormula_data();
+  void convertsEveryWidthLikeTheFormula();
+  void convertsRectanglesLikeTheWholeFrame();
+  void repaintsOnlyTheRegionAskedFor();
 
  private:
   static void AddPathRows();
@@ -283,14 +294,17 @@ class VideoRendererTest : public QObject {
 };
 
 void VideoRendererTest::initTestCase() {
-  // The OpenGL rows must really run on OpenGL; a display without it is a
+  // The OpenGL rows must really run on OpenGL, also on the software
+  // rasteriser of a machine without a GPU; a display without OpenGL is a
   // broken test machine, not a pass.
   qunsetenv("ZELVARO_NO_OPENGL");
+  qputenv("ZELVARO_OPENGL", "force");
   QVERIFY2(OpenGlVideoAvailable(), "no OpenGL 3 context on this display");
 }
 
 void VideoRendererTest::cleanup() {
   qunsetenv("ZELVARO_NO_OPENGL");
+  qputenv("ZELVARO_OPENGL", "force");
 }
 
 void VideoRendererTest::AddPathRows() {
@@ -625,6 +639,223 @@ void VideoRendererTest::refusesUnknownSettings() {
   QVERIFY(renderer.SetBool("cmd_redraw", false));
   // Not shown: no area for the engine to letterbox into.
   QVERIFY(renderer.ClientSize().isEmpty());
+}
+
+void VideoRendererTest::countsPresentedPaintedAndReplacedFrames() {
+  auto renderer = ShowRenderer({320, 240});
+  QVERIFY(renderer);
+  QCOMPARE(renderer->Counters().lastPaintedTime100ns, int64_t{-1});
+  // Three frames before the interface thread gets to paint: the first two
+  // are replaced unseen, the third is painted.
+  for (int i = 1; i <= 3; ++i) {
+    renderer->PresentFrame(UniformFrame(kQuadrants[i], {.time100ns = i * 333'333LL}));
+  }
+  VideoRenderer::FrameCounters counters = renderer->Counters();
+  QCOMPARE(counters.presented, uint64_t{3});
+  QCOMPARE(counters.replacedBeforePaint, uint64_t{2});
+  QCOMPARE(counters.painted, uint64_t{0});
+  VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 320, 240}, {kQuadrants[3], kQuadrants[3],
+                                                             kQuadrants[3], kQuadrants[3]}));
+  counters = renderer->Counters();
+  QCOMPARE(counters.painted, uint64_t{1});
+  QCOMPARE(counters.lastPaintedTime100ns, int64_t{999'999});
+
+  // A redraw shows the same frame again and counts no new one; the next
+  // frame, with the interface thread free, is painted rather than replaced.
+  renderer->SetBool("cmd_redraw", true);
+  const uint64_t paints = renderer->PaintCount();
+  QTRY_VERIFY_WITH_TIMEOUT(renderer->PaintCount() > paints, kWaitMs);
+  QCOMPARE(renderer->Counters().painted, uint64_t{1});
+  renderer->PresentFrame(UniformFrame(kQuadrants[0], {.time100ns = 1'333'332}));
+  QTRY_COMPARE_WITH_TIMEOUT(renderer->Counters().painted, uint64_t{2}, kWaitMs);
+  counters = renderer->Counters();
+  QCOMPARE(counters.presented, uint64_t{4});
+  QCOMPARE(counters.replacedBeforePaint, uint64_t{2});
+  QCOMPARE(counters.lastPaintedTime100ns, int64_t{1'333'332});
+
+  // Malformed frames are refused, not counted.
+  renderer->PresentFrame(nullptr);
+  QCOMPARE(renderer->Counters().presented, uint64_t{4});
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::prefersOpenGlOnlyInHardware() {
+  for (const char* software : {"llvmpipe (LLVM 15.0.6, 256 bits)", "softpipe", "SWRast",
+                               "Mesa X11 swrast", "Software Rasterizer"}) {
+    QVERIFY2(IsSoftwareRasterizer(QString::fromLatin1(software)), software);
+  }
+  for (const char* hardware : {"AMD Radeon RX 6600 (navi23, LLVM 15.0.6, DRM 3.49)",
+                               "Mesa Intel(R) UHD Graphics 620 (KBL GT2)", "NVIDIA GeForce GTX 1060/PCIe/SSE2",
+                               ""}) {
+    QVERIFY2(!IsSoftwareRasterizer(QString::fromLatin1(hardware)), hardware);
+  }
+  using enum OpenGlOverride;
+  // usable, software, override -> OpenGL
+  QVERIFY(PreferOpenGl(true, false, Auto));
+  QVERIFY(!PreferOpenGl(true, true, Auto));
+  QVERIFY(!PreferOpenGl(false, false, Auto));
+  QVERIFY(PreferOpenGl(true, true, Force));
+  QVERIFY(!PreferOpenGl(false, true, Force));
+  QVERIFY(!PreferOpenGl(true, false, Never));
+}
+
+void VideoRendererTest::followsTheOpenGlOverride() {
+  qunsetenv("ZELVARO_OPENGL");
+  QCOMPARE(OpenGlOverrideFromEnvironment(), OpenGlOverride::Auto);
+  qputenv("ZELVARO_OPENGL", "yes");
+  QCOMPARE(OpenGlOverrideFromEnvironment(), OpenGlOverride::Auto);
+  qputenv("ZELVARO_OPENGL", "force");
+  QCOMPARE(OpenGlOverrideFromEnvironment(), OpenGlOverride::Force);
+  {
+    VideoRenderer forced;
+    QCOMPARE(forced.CurrentPath(), VideoRenderer::Path::OpenGl);
+  }
+  // Never wins over force.
+  qputenv("ZELVARO_NO_OPENGL", "1");
+  QCOMPARE(OpenGlOverrideFromEnvironment(), OpenGlOverride::Never);
+  QVERIFY(!OpenGlVideoAvailable());
+  QVERIFY(!ChooseOpenGlVideo());
+  VideoRenderer never;
+  QCOMPARE(never.CurrentPath(), VideoRenderer::Path::Painter);
+}
+
+void VideoRendererTest::convertsEveryWidthLikeTheFormula_data() {
+  QTest::addColumn<VideoPixelFormat>("format");
+  QTest::newRow("i420") << VideoPixelFormat::I420;
+  QTest::newRow("nv12") << VideoPixelFormat::NV12;
+}
+
+void VideoRendererTest::convertsEveryWidthLikeTheFormula() {
+  // Random samples at widths around the 16- and 32-pixel steps of the
+  // vector loops, so their bodies, their rests and the plain loop are each
+  // held to the matrix itself (within a level for the fixed point).
+  QFETCH(VideoPixelFormat, format);
+  const bool nv12 = format == VideoPixelFormat::NV12;
+  std::mt19937 random(20240611);
+  std::uniform_int_distribution<int> byte(0, 255);
+  const YuvToRgbMatrix matrices[] = {
+      MakeYuvToRgbMatrix(VideoColorMatrix::Bt601, VideoColorRange::Limited),
+      MakeYuvToRgbMatrix(VideoColorMatrix::Bt709, VideoColorRange::Full),
+      MakeYuvToRgbMatrix(VideoColorMatrix::Bt2020, VideoColorRange::Limited,
+                         {.brightness = -30, .contrast = 60, .hue = 45, .saturation = 80}),
+      MakeYuvToRgbMatrix(VideoColorMatrix::Bt709, VideoColorRange::Limited,
+                         {.brightness = 100, .contrast = 100, .hue = -180, .saturation = 100}),
+  };
+  for (int width : {1, 2, 3, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 97, 130}) {
+    const int height = 3, chromaWidth = (width + 1) / 2, chromaHeight = 2;
+    const int strideY = width + 5, strideC = (nv12 ? 2 * chromaWidth : chromaWidth) + 3;
+    auto buffer = std::make_shared<std::vector<uint8_t>>(
+        size_t(strideY) * height + size_t(strideC) * chromaHeight * 2);
+    for (uint8_t& sample : *buffer) sample = uint8_t(byte(random));
+    auto frame = std::make_shared<VideoFrame>();
+    frame->format = format;
+    frame->width = width;
+    frame->height = height;
+    uint8_t* y = buffer->data();
+    uint8_t* u = y + size_t(strideY) * height;
+    uint8_t* v = u + size_t(strideC) * chromaHeight;
+    frame->planes = {y, u, nv12 ? nullptr : v};
+    frame->strides = {strideY, strideC, nv12 ? 0 : strideC};
+    frame->planeCount = nv12 ? 2 : 3;
+    frame->keepAlive = buffer;
+    for (const YuvToRgbMatrix& toRgb : matrices) {
+      const QImage image = ConvertFrameToRgb(*frame, toRgb);
+      QCOMPARE(image.size(), QSize(width, height));
+      for (int row = 0; row < height; ++row) {
+        for (int x = 0; x < width; ++x) {
+          const uint8_t* chroma = u + (row / 2) * strideC;
+          const double samples[3] = {
+              y[row * strideY + x] / 255.0,
+              (nv12 ? chroma[(x / 2) * 2] : chroma[x / 2]) / 255.0,
+              (nv12 ? chroma[(x / 2) * 2 + 1] : v[(row / 2) * strideC + x / 2]) / 255.0};
+          const QRgb pixel = image.pixel(x, row);
+          const int actual[3] = {qRed(pixel), qGreen(pixel), qBlue(pixel)};
+          for (int c = 0; c < 3; ++c) {
+            const auto& m = toRgb.m[c];
+            const double value = m[0] * samples[0] + m[1] * samples[1] + m[2] * samples[2] + m[3];
+            const long expected = std::clamp(std::lround(value * 255.0), 0L, 255L);
+            if (std::abs(actual[c] - expected) > 1) {
+              QFAIL(qPrintable(QStringLiteral("width %1, pixel (%2,%3), channel %4: %5 not %6")
+                                   .arg(width)
+                                   .arg(x)
+                                   .arg(row)
+                                   .arg(c)
+                                   .arg(actual[c])
+                                   .arg(expected)));
+            }
+          }
+          QCOMPARE(qAlpha(pixel), 255);
+        }
+      }
+    }
+  }
+}
+
+void VideoRendererTest::convertsRectanglesLikeTheWholeFrame() {
+  const VideoFramePtr frame = QuadrantFrame({.size = {101, 67}}, kReversed);
+  const YuvToRgbMatrix toRgb = MakeYuvToRgbMatrix(VideoColorMatrix::Bt601, VideoColorRange::Limited);
+  const QImage whole = ConvertFrameToRgb(*frame, toRgb);
+  // Odd and even edges, one pixel wide, and the whole frame.
+  for (const QRect source : {QRect(0, 0, 101, 67), QRect(1, 3, 50, 20), QRect(33, 0, 1, 67),
+                             QRect(64, 40, 37, 27), QRect(17, 17, 35, 1)}) {
+    QImage target(140, 90, QImage::Format_ARGB32_Premultiplied);
+    target.fill(qRgba(1, 2, 3, 4));
+    const QPoint at(7, 5);
+    QVERIFY(ConvertFrameRectToRgb(*frame, toRgb, source, &target, at));
+    for (int y = 0; y < target.height(); ++y) {
+      for (int x = 0; x < target.width(); ++x) {
+        const QPoint inSource = QPoint(x, y) - at + source.topLeft();
+        const QRgb expected = source.contains(inSource) ? whole.pixel(inSource) : qRgba(1, 2, 3, 4);
+        if (target.pixel(x, y) != expected) {
+          QFAIL(qPrintable(QStringLiteral("source %1,%2 %3x%4: target (%5,%6) differs")
+                               .arg(source.x())
+                               .arg(source.y())
+                               .arg(source.width())
+                               .arg(source.height())
+                               .arg(x)
+                               .arg(y)));
+        }
+      }
+    }
+  }
+  // Refused, and nothing written: outside the frame, outside the target, a
+  // target of another format.
+  QImage target(140, 90, QImage::Format_RGB32);
+  target.fill(Qt::black);
+  const QImage untouched = target;
+  QVERIFY(!ConvertFrameRectToRgb(*frame, toRgb, QRect(90, 0, 20, 10), &target, {0, 0}));
+  QVERIFY(!ConvertFrameRectToRgb(*frame, toRgb, QRect(0, 0, 50, 50), &target, {100, 0}));
+  QVERIFY(target == untouched);
+  QImage grey(140, 90, QImage::Format_Grayscale8);
+  QVERIFY(!ConvertFrameRectToRgb(*frame, toRgb, QRect(0, 0, 10, 10), &grey, {0, 0}));
+}
+
+void VideoRendererTest::repaintsOnlyTheRegionAskedFor() {
+  // The QPainter path converts a picture shown pixel for pixel straight into
+  // the window's image; a partial repaint must leave a child's pixels there
+  // alone, since Qt does not repaint a child outside the region.
+  qputenv("ZELVARO_NO_OPENGL", "1");
+  VideoRenderer renderer;
+  renderer.resize(320, 240);
+  QWidget child(&renderer);
+  child.setGeometry(0, 0, 100, 80);
+  child.setAutoFillBackground(true);
+  QPalette palette = child.palette();
+  palette.setColor(QPalette::Window, QColor(0, 0, 255));
+  child.setPalette(palette);
+  renderer.show();
+  QVERIFY(QTest::qWaitForWindowExposed(&renderer));
+  renderer.PresentFrame(QuadrantFrame({}));
+  VERIFY_SHOWN(renderer,
+               Probes{{{200, 180}, kQuadrants[kBottomRight]}, {{50, 40}, QColor(0, 0, 255)}});
+  renderer.repaint(QRect(150, 100, 100, 100));
+  auto* store = dynamic_cast<QImage*>(renderer.backingStore()->paintDevice());
+  QVERIFY(store != nullptr);
+  const QPoint offset = renderer.mapTo(renderer.window(), QPoint(0, 0));
+  QCOMPARE(QColor(store->pixel(offset + QPoint(50, 40))), QColor(0, 0, 255));
+  QVERIFY(Near(store->pixelColor(offset + QPoint(200, 150)), kQuadrants[kBottomRight],
+               kColourTolerance));
+  QCOMPARE(renderer.CurrentPath(), VideoRenderer::Path::Painter);
 }
 
 QTEST_MAIN(VideoRendererTest)
