@@ -127,8 +127,8 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
   ElementRef stretch = MakeOptionalStage(stages.timeStretch, "audio_time_stretch");
   ElementRef switcher = MakeOptionalStage(stages.audioSwitcher, "audio_switcher");
 
-  std::vector<ElementRef*> all = {&selector, &convert, &channels,   &drc,      &stretch, &switcher,
-                                  &volume,   &outConvert, &resample, &renderer};
+  std::vector<ElementRef*> all = {&selector, &convert, &channels,   &drc,      &stretch,
+                                  &switcher, &volume,  &outConvert, &resample, &renderer};
   for (ElementRef* element : all) {
     if (*element) gst_bin_add(bin, element->get());
   }
@@ -216,8 +216,8 @@ bool ConnectAudioBranch(GstBin* bin, GstPad* source, const std::string& decoderF
   gst_bin_add(bin, decoder.get());
   PadRef decoded = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "src"));
   PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
-  bool linked = decoded && decoderSink &&
-                gst_pad_link(decoded.get(), selectorPad.get()) == GST_PAD_LINK_OK;
+  bool linked =
+      decoded && decoderSink && gst_pad_link(decoded.get(), selectorPad.get()) == GST_PAD_LINK_OK;
   if (linked) gst_element_sync_state_with_parent(decoder.get());
   if (!linked || gst_pad_link(source, decoderSink.get()) != GST_PAD_LINK_OK) {
     Trace("Failed to connect the demuxer to an audio decoder (%s)", decoderFactory.c_str());

@@ -1,12 +1,11 @@
 #pragma once
 // The audio side of a graph. Every audio stream of the input gets a branch
-// of its own (its decoder) into one
-// input-selector; behind it one shared chain: convert → [mixing] → DRC
-// stage → time-stretch stage → AudioSwitcher stage → volume → convert →
-// resample → renderer. Switching the selector's active input switches the
-// track while the graph runs; the inactive decoders keep pace with the
-// active one (the selector holds them to its running time), so the change
-// is heard at the next buffer.
+// of its own (its decoder) into one input-selector; behind it one shared
+// chain: convert → [mixing] → DRC stage → time-stretch stage → AudioSwitcher
+// stage → volume → convert → resample → renderer. Switching the selector's
+// active input switches the track while the graph runs; the inactive
+// decoders keep pace with the active one (the selector holds them to its
+// running time), so the change is heard at the next buffer.
 //
 // The optional stages degrade rather than fail the chain: a time-stretch
 // stage that is missing or will not link is left out (no pitch-kept speed
@@ -44,10 +43,10 @@ ElementRef CreateAudioRenderer(bool* isNullSink);
 // The shared part, from the selector to the renderer.
 struct AudioChain {
   ElementRef selector;
-  ElementRef drc;  // the decoder's DRC stand-in; null when left out
+  ElementRef drc;                                 // the decoder's DRC stand-in; null when left out
   std::shared_ptr<AudioTimeStretch> timeStretch;  // audioTimeStretch; null when left out
-  ElementRef switcher;  // audioSwitcher, null when left out
-  ElementRef volume;    // basicAudio
+  ElementRef switcher;                            // audioSwitcher, null when left out
+  ElementRef volume;                              // basicAudio
   ElementRef renderer;
 };
 

@@ -8,11 +8,10 @@
 namespace zelvaro {
 
 void AddFloatPadTemplates(GstAudioFilterClass* klass) {
-  GstCaps* caps = gst_caps_from_string(
+  CapsRef caps = CapsRef::Adopt(gst_caps_from_string(
       "audio/x-raw, format=(string)" GST_AUDIO_NE(F32) ", layout=(string)interleaved, "
-      "rate=(int)[1, MAX], channels=(int)[1, MAX]");
-  gst_audio_filter_class_add_pad_templates(klass, caps);
-  gst_caps_unref(caps);
+      "rate=(int)[1, MAX], channels=(int)[1, MAX]"));
+  gst_audio_filter_class_add_pad_templates(klass, caps.get());
 }
 
 GstFlowReturn ProcessInPlace(GstAudioFilter* filter, GstBuffer* buffer,

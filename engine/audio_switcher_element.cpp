@@ -102,11 +102,10 @@ GstFlowReturn SwitcherTransformIp(GstBaseTransform* transform, GstBuffer* buffer
   GST_OBJECT_UNLOCK(self);
   if (reset) self->dynamics->Reset();
   if (params.Neutral()) return GST_FLOW_OK;
-  return zelvaro::ProcessInPlace(GST_AUDIO_FILTER(transform), buffer, [&](float* samples,
-                                                                            size_t frames,
-                                                                            int channels) {
-    self->dynamics->Process(samples, frames, channels, params);
-  });
+  return zelvaro::ProcessInPlace(GST_AUDIO_FILTER(transform), buffer,
+                                 [&](float* samples, size_t frames, int channels) {
+                                   self->dynamics->Process(samples, frames, channels, params);
+                                 });
 }
 
 void SwitcherFinalize(GObject* object) {
@@ -140,14 +139,12 @@ void zelvaro_audio_switcher_class_init(ZelvaroAudioSwitcherClass* klass) {
       g_param_spec_boolean("recover", "Recover", "Regain gain after a peak", TRUE, flags));
   g_object_class_install_property(
       objectClass, kPropBoost,
-      g_param_spec_uint("boost", "Boost", "Extra gain in percent (100 doubles)", 0, 300, 0,
-                        flags));
+      g_param_spec_uint("boost", "Boost", "Extra gain in percent (100 doubles)", 0, 300, 0, flags));
 
   GstElementClass* elementClass = GST_ELEMENT_CLASS(klass);
-  gst_element_class_set_static_metadata(elementClass, "Zelvaro AudioSwitcher",
-                                        "Filter/Effect/Audio",
-                                        "Loudness normalisation and boost without clipping",
-                                        "Zelvaro");
+  gst_element_class_set_static_metadata(
+      elementClass, "Zelvaro AudioSwitcher", "Filter/Effect/Audio",
+      "Loudness normalisation and boost without clipping", "Zelvaro");
   zelvaro::AddFloatPadTemplates(GST_AUDIO_FILTER_CLASS(klass));
   GST_BASE_TRANSFORM_CLASS(klass)->transform_ip = SwitcherTransformIp;
   GST_BASE_TRANSFORM_CLASS(klass)->transform_ip_on_passthrough = FALSE;

@@ -3,8 +3,8 @@
 // LAV_DRCLevel).
 
 #include "engine/audio_dynamics.h"
-#include "engine/audio_filter_support.h"
 #include "engine/audio_elements.h"
+#include "engine/audio_filter_support.h"
 
 #include <algorithm>
 
@@ -83,11 +83,10 @@ GstFlowReturn DrcTransformIp(GstBaseTransform* transform, GstBuffer* buffer) {
   zelvaro::CompressorParams params = self->params;
   GST_OBJECT_UNLOCK(self);
   if (params.Neutral()) return GST_FLOW_OK;
-  return zelvaro::ProcessInPlace(
-      GST_AUDIO_FILTER(transform), buffer,
-      [&](float* samples, size_t frames, int channels) {
-        self->dynamics->Process(samples, frames, channels, params);
-      });
+  return zelvaro::ProcessInPlace(GST_AUDIO_FILTER(transform), buffer,
+                                 [&](float* samples, size_t frames, int channels) {
+                                   self->dynamics->Process(samples, frames, channels, params);
+                                 });
 }
 
 void DrcFinalize(GObject* object) {
@@ -144,8 +143,8 @@ bool SetDRC(GstElement* element, bool enabled, int level) {
 }
 
 bool GetDRC(GstElement* element, bool* enabled, int* level) {
-  if (element == nullptr || !G_TYPE_CHECK_INSTANCE_TYPE(element, DrcType()) ||
-      enabled == nullptr || level == nullptr) {
+  if (element == nullptr || !G_TYPE_CHECK_INSTANCE_TYPE(element, DrcType()) || enabled == nullptr ||
+      level == nullptr) {
     return false;
   }
   ZelvaroDrc* self = AsDrc(element);

@@ -194,11 +194,10 @@ bool PlaybackGraph::SelectAudioTrack(int track, bool running, double rate) {
     auto forward = std::make_shared<FlushForward>();
     forward->output = PadRef::Adopt(gst_element_get_static_pad(selector.get(), "src"));
     PadRef oldInput = active ? active->selectorPad : PadRef();
-    gulong flushProbe =
-        oldInput ? gst_pad_add_probe(oldInput.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
-                                     OnOldInputFlush, new FlushForwardPtr(forward),
-                                     DeleteFlushForward)
-                 : 0;
+    gulong flushProbe = oldInput ? gst_pad_add_probe(oldInput.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
+                                                     OnOldInputFlush, new FlushForwardPtr(forward),
+                                                     DeleteFlushForward)
+                                 : 0;
     g_object_set(selector.get(), "active-pad", input.get(), nullptr);
     SetPositions(position, false, rate);
     if (oldInput) gst_pad_remove_probe(oldInput.get(), flushProbe);
@@ -214,8 +213,8 @@ bool PlaybackGraph::SelectAudioTrack(int track, bool running, double rate) {
   // the new input's thread has been there.
   auto handover = std::make_shared<Handover>();
   PadRef rendererSink = PadRef::Adopt(gst_element_get_static_pad(renderer.get(), "sink"));
-  auto dataMask = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER |
-                                               GST_PAD_PROBE_TYPE_BUFFER_LIST);
+  auto dataMask =
+      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST);
   gulong rendererProbe = gst_pad_add_probe(rendererSink.get(), dataMask, OnRendererData,
                                            new HandoverPtr(handover), DeleteHandover);
   gulong inputProbe = gst_pad_add_probe(input.get(), dataMask, OnNewInputData,

@@ -28,6 +28,8 @@ QString TagString(const GstTagList* tags, const char* tag) {
 // The tags of a stream as they stand now: its stream object's, then what
 // passed its pad (stream-scoped tags come last and win).
 void ReadTags(const GstStream* stream, GstPad* pad, QString* language, QString* title) {
+  using TagListRef = GstRef<GstTagList, GstMiniObjectRefTraits>;
+  using EventRef = GstRef<GstEvent, GstMiniObjectRefTraits>;
   auto take = [&](const GstTagList* tags) {
     QString code = TagString(tags, GST_TAG_LANGUAGE_CODE);
     QString name = TagString(tags, GST_TAG_TITLE);
@@ -35,18 +37,15 @@ void ReadTags(const GstStream* stream, GstPad* pad, QString* language, QString* 
     if (!name.isEmpty()) *title = name;
   };
   if (stream != nullptr) {
-    GstTagList* tags = gst_stream_get_tags(const_cast<GstStream*>(stream));
-    take(tags);
-    if (tags != nullptr) gst_tag_list_unref(tags);
+    take(TagListRef::Adopt(gst_stream_get_tags(const_cast<GstStream*>(stream))).get());
   }
   if (pad == nullptr) return;
   for (guint index = 0;; ++index) {
-    GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_TAG, index);
-    if (event == nullptr) break;
+    EventRef event = EventRef::Adopt(gst_pad_get_sticky_event(pad, GST_EVENT_TAG, index));
+    if (!event) break;
     GstTagList* tags = nullptr;
-    gst_event_parse_tag(event, &tags);
+    gst_event_parse_tag(event.get(), &tags);
     take(tags);
-    gst_event_unref(event);
   }
 }
 
@@ -68,7 +67,8 @@ QString TrackDisplayName(const QString& languageCode, const QString& title) {
 }
 
 StreamKind StreamKindOfCaps(const GstCaps* caps) {
-  if (caps == nullptr || gst_caps_is_empty(caps) || gst_caps_is_any(caps)) return StreamKind::kOther;
+  if (caps == nullptr || gst_caps_is_empty(caps) || gst_caps_is_any(caps))
+    return StreamKind::kOther;
   std::string_view media = gst_structure_get_name(gst_caps_get_structure(caps, 0));
   if (StartsWith(media, "audio/")) return StreamKind::kAudio;
   if (StartsWith(media, "text/") || StartsWith(media, "subpicture/") ||

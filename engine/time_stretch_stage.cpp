@@ -92,11 +92,11 @@ std::shared_ptr<AudioTimeStretch> AudioTimeStretch::Attach(ElementRef stage) {
   if (!source) return nullptr;
   auto tap = std::make_shared<Tap>();
   std::shared_ptr<AudioTimeStretch> stretch(new AudioTimeStretch(stage, source, tap));
-  auto mask = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER |
-                                           GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM |
-                                           GST_PAD_PROBE_TYPE_EVENT_FLUSH);
-  stretch->probeId_ = gst_pad_add_probe(source.get(), mask, OnTapData,
-                                        new std::shared_ptr<Tap>(tap), DeleteTapRef);
+  auto mask =
+      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM |
+                                   GST_PAD_PROBE_TYPE_EVENT_FLUSH);
+  stretch->probeId_ =
+      gst_pad_add_probe(source.get(), mask, OnTapData, new std::shared_ptr<Tap>(tap), DeleteTapRef);
   return stretch;
 }
 

@@ -78,7 +78,9 @@ void ExpectSwitchWhilePlaying(GraphManager& graph, const QString& path, double f
   graph.SetAudioRendererFactory(capture.Factory());
   ASSERT_TRUE(graph.OpenFile(path));
   ASSERT_TRUE(graph.Play());
-  ASSERT_TRUE(WaitUntil([&] { return capture.SampleRate() > 0 && capture.Frames() > capture.SampleRate() / 2; }, kWaitMs));
+  ASSERT_TRUE(WaitUntil(
+      [&] { return capture.SampleRate() > 0 && capture.Frames() > capture.SampleRate() / 2; },
+      kWaitMs));
   int rate = capture.SampleRate();
   int64_t now = capture.Frames();
   EXPECT_NEAR(ToneFrequency(capture.Samples(now - rate / 4, now), rate), firstHz, firstHz * 0.02);
@@ -111,13 +113,12 @@ TEST_F(StreamControlTest, SwitchingTheAudioTrackChangesTheSoundWithinHalfASecond
   // Tracks of different codecs, rates and channel counts: the shared chain
   // follows the format of the track that plays.
   QString mixed = home.Root() + "/mixed.mkv";
-  ASSERT_EQ(QProcess::execute(
-                "ffmpeg",
-                {"-nostdin", "-loglevel", "error", "-y", "-f", "lavfi", "-i",
-                 "sine=frequency=440:sample_rate=44100:duration=6", "-f", "lavfi", "-i",
-                 "sine=frequency=880:sample_rate=48000:duration=6", "-map", "0", "-map", "1",
-                 "-c:a:0", "aac", "-ac:a:0", "2", "-c:a:1", "libopus", "-ac:a:1", "1", mixed}),
-            0);
+  QStringList arguments = {"-nostdin", "-loglevel", "error", "-y"};
+  arguments += {"-f", "lavfi", "-i", "sine=frequency=440:sample_rate=44100:duration=6"};
+  arguments += {"-f", "lavfi", "-i", "sine=frequency=880:sample_rate=48000:duration=6"};
+  arguments += {"-map", "0", "-map", "1", "-c:a:0", "aac", "-ac:a:0", "2"};
+  arguments += {"-c:a:1", "libopus", "-ac:a:1", "1", mixed};
+  ASSERT_EQ(QProcess::execute("ffmpeg", arguments), 0);
   ExpectSwitchWhilePlaying(graph, mixed, 440.0, 880.0);
   ASSERT_TRUE(graph.SelectAudioTrack(1));
   EXPECT_EQ(graph.GetDecoderInfo().audioCodec, "OPUS");
