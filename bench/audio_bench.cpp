@@ -82,8 +82,7 @@ Cost RunProgram(const std::vector<std::string>& arguments) {
   if (child < 0) return cost;
   int status = 0;
   rusage usage{};
-  if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) ||
-      WEXITSTATUS(status) != 0) {
+  if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
     return cost;
   }
   cost.cpuSeconds = CpuSeconds(usage);
@@ -95,8 +94,8 @@ Cost RunProgram(const std::vector<std::string>& arguments) {
 // One play of the whole file through GraphManager, untimed.
 Cost PlayThroughZelvaro(const QString& path, double speed) {
   GraphManager graph;
-  bool ended = false;
-  graph.SetGraphEventSink([&](long eventCode) { ended = ended || eventCode == kEcComplete; });
+  long event = 0;
+  graph.SetGraphEventSink([&](long eventCode) { event = eventCode; });
   graph.SetAudioRendererFactory([] {
     ElementRef sink = MakeElement("fakesink", "audio_renderer");
     g_object_set(sink.get(), "sync", FALSE, nullptr);
@@ -108,10 +107,13 @@ Cost PlayThroughZelvaro(const QString& path, double speed) {
   if (!graph.OpenFile(path)) return cost;
   if (speed != 1.0 && !graph.SetSpeed(speed)) return cost;
   if (!graph.Play()) return cost;
-  while (!ended) {
+  // Untimed, four minutes take seconds; a graph that never ends is a failure.
+  auto deadline = start + std::chrono::minutes(2);
+  while (event == 0 && std::chrono::steady_clock::now() < deadline) {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     QThread::msleep(2);
   }
+  if (event != kEcComplete) return cost;
   cost.cpuSeconds = SelfCpuSeconds() - cpuBefore;
   cost.wallSeconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -128,10 +130,10 @@ Cost MeasureZelvaro(const QString& path, double speed) {
 Cost MeasureMpv(const std::string& mpv, const QString& path, double speed) {
   std::vector<Cost> costs;
   for (int i = 0; i < kRuns; ++i) {
-    costs.push_back(RunProgram({mpv, "--no-config", "--really-quiet", "--no-video", "--vo=null",
-                                "--ao=null", "--ao-null-untimed",
-                                "--speed=" + std::to_string(speed),
-                                QFile::encodeName(path).toStdString()}));
+    costs.push_back(
+        RunProgram({mpv, "--no-config", "--really-quiet", "--no-video", "--vo=null", "--ao=null",
+                    "--ao-null-untimed", "--speed=" + std::to_string(speed),
+                    QFile::encodeName(path).toStdString()}));
   }
   return Median(costs);
 }
@@ -164,13 +166,13 @@ int main(int argc, char** argv) {
   if (argc <= 1) {
     // Stereo, 44.1 kHz, 192 kb/s: a chord that drifts in pitch and level,
     // with a little noise, so the encoder and the stretch stage both work.
-    Cost made = RunProgram(
-        {"ffmpeg", "-nostdin", "-y", "-f", "lavfi", "-i",
-         "aevalsrc=0.25*sin(2*PI*220*t)*(1+0.5*sin(2*PI*0.5*t))"
-         "+0.2*sin(2*PI*330*t+2*sin(2*PI*3*t))+0.05*(random(0)-0.5)"
-         "|0.25*sin(2*PI*277*t)*(1+0.5*cos(2*PI*0.4*t))"
-         "+0.2*sin(2*PI*440*t+2*sin(2*PI*2*t))+0.05*(random(1)-0.5):s=44100:d=240",
-         "-c:a", "libmp3lame", "-b:a", "192k", QFile::encodeName(path).toStdString()});
+    Cost made =
+        RunProgram({"ffmpeg", "-nostdin", "-y", "-f", "lavfi", "-i",
+                    "aevalsrc=0.25*sin(2*PI*220*t)*(1+0.5*sin(2*PI*0.5*t))"
+                    "+0.2*sin(2*PI*330*t+2*sin(2*PI*3*t))+0.05*(random(0)-0.5)"
+                    "|0.25*sin(2*PI*277*t)*(1+0.5*cos(2*PI*0.4*t))"
+                    "+0.2*sin(2*PI*440*t+2*sin(2*PI*2*t))+0.05*(random(1)-0.5):s=44100:d=240",
+                    "-c:a", "libmp3lame", "-b:a", "192k", QFile::encodeName(path).toStdString()});
     if (made.cpuSeconds < 0) {
       std::printf("ffmpeg could not make the test file; nothing measured\n");
       return 0;
