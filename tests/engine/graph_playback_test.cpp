@@ -216,6 +216,23 @@ TEST_F(GraphPlaybackTest, AudioOnlyFileIsBuiltAgainInSoftware) {
   EXPECT_EQ(graph.HwAccel(), kHwAccelDefault);
 }
 
+TEST_F(GraphPlaybackTest, VideoWithoutSoundPlaysToItsEnd) {
+  const QString silent = home.Root() + "/silent.mp4";
+  ASSERT_EQ(QProcess::execute("ffmpeg", {"-nostdin", "-loglevel", "error", "-y", "-i",
+                                         FixturePath("pattern_h264_aac.mp4"), "-an", "-t", "1.2",
+                                         "-c:v", "copy", silent}),
+            0);
+  ASSERT_TRUE(graph.OpenFile(silent));
+  EXPECT_TRUE(graph.VideoConnected());
+  EXPECT_TRUE(graph.GetDecoderInfo().audioCodec.isEmpty());
+  ASSERT_TRUE(graph.Play());
+  // Without an audio branch the video sink alone keeps the clock and ends the stream.
+  EXPECT_TRUE(WaitUntil([&] { return !events.empty(); }, kWaitMs));
+  ASSERT_FALSE(events.empty());
+  EXPECT_EQ(events.front(), kEcComplete);
+  ExpectQuadrantPattern(*output.LastFrame());
+}
+
 TEST_F(GraphPlaybackTest, PictureAbove2160pForcesTheHardwareMode) {
   if (HasHardwareH264()) GTEST_SKIP() << "this machine decodes H.264 in hardware";
   QString wide = home.Root() + "/wide.mkv";
