@@ -31,7 +31,8 @@ OpenGlProbe ProbeOpenGl() {
   surface.create();
   if (!surface.isValid() || !context.makeCurrent(&surface)) return {};
   const QSurfaceFormat format = context.format();
-  const char* renderer = reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
+  const char* renderer =
+      reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER));
   OpenGlProbe probe;
   probe.usable = format.majorVersion() >= 3;
   probe.software = IsSoftwareRasterizer(QString::fromLatin1(renderer ? renderer : ""));
@@ -64,7 +65,8 @@ bool HasGpuDevice() {
 
 OpenGlOverride OpenGlOverrideFromEnvironment() {
   if (qEnvironmentVariable("ZELVARO_NO_OPENGL") == QLatin1String("1")) return OpenGlOverride::Never;
-  if (qEnvironmentVariable("ZELVARO_OPENGL") == QLatin1String("force")) return OpenGlOverride::Force;
+  if (qEnvironmentVariable("ZELVARO_OPENGL") == QLatin1String("force"))
+    return OpenGlOverride::Force;
   return OpenGlOverride::Auto;
 }
 

@@ -106,8 +106,9 @@ void ConvertRowScalar(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out,
     const int cr = row.v ? row.v[x / 2] : row.u[(x / 2) * 2 + 1];
     int channel[3];
     for (int r = 0; r < 3; ++r) {
-      channel[r] = (fixed.k[r][0] * luma + fixed.k[r][1] * cb + fixed.k[r][2] * cr +
-                    fixed.offset[r]) >> fixed.shift;
+      channel[r] =
+          (fixed.k[r][0] * luma + fixed.k[r][1] * cb + fixed.k[r][2] * cr + fixed.offset[r]) >>
+          fixed.shift;
     }
     out[x - from] = qRgb(ClampByte(channel[0]), ClampByte(channel[1]), ClampByte(channel[2]));
   }
@@ -120,14 +121,13 @@ void ConvertRowScalar(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out,
 // Like the scalar loop, each kernel writes pixel x to out[x - from]; it
 // converts while a whole step fits and returns where it stopped, and the
 // next narrower one does the rest.
-int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from,
-                   int width) {
+int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from, int width) {
   const __m128i zero = _mm_setzero_si128();
   const __m128i opaque = _mm_set1_epi8(char(0xFF));
   __m128i yuWeights[3], vWeights[3], offsets[3];
   for (int r = 0; r < 3; ++r) {
-    yuWeights[r] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][0])) |
-                                      (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
+    yuWeights[r] = _mm_set1_epi32(
+        int(uint32_t(uint16_t(fixed.k[r][0])) | (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
     vWeights[r] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
     offsets[r] = _mm_set1_epi32(fixed.offset[r]);
   }
@@ -145,8 +145,10 @@ int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, in
     const __m128i luma = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.y + x));
     __m128i cb, cr;  // eight samples each, 16 bits
     if (row.v) {
-      cb = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.u + x / 2)), zero);
-      cr = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.v + x / 2)), zero);
+      cb =
+          _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.u + x / 2)), zero);
+      cr =
+          _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.v + x / 2)), zero);
     } else {
       const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x));
       cb = _mm_and_si128(both, _mm_set1_epi16(0x00FF));
@@ -186,10 +188,9 @@ struct Avx2Weights {
 // Eight pixels of channel r (two groups of four, one per 128-bit half).
 __attribute__((target("avx2"))) inline __m256i ChannelAvx2(const Avx2Weights& weights, int r,
                                                            __m256i yu, __m256i v0) {
-  const __m256i sum =
-      _mm256_add_epi32(_mm256_add_epi32(_mm256_madd_epi16(yu, weights.yu[r]),
-                                        _mm256_madd_epi16(v0, weights.v[r])),
-                       weights.offset[r]);
+  const __m256i sum = _mm256_add_epi32(
+      _mm256_add_epi32(_mm256_madd_epi16(yu, weights.yu[r]), _mm256_madd_epi16(v0, weights.v[r])),
+      weights.offset[r]);
   return _mm256_sra_epi32(sum, weights.shift);
 }
 
@@ -202,8 +203,8 @@ __attribute__((target("avx2"))) int ConvertRowAvx2(const FixedMatrix& fixed, con
   const __m256i opaque = _mm256_set1_epi8(char(0xFF));
   Avx2Weights weights;
   for (int r = 0; r < 3; ++r) {
-    weights.yu[r] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][0])) |
-                                          (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
+    weights.yu[r] = _mm256_set1_epi32(
+        int(uint32_t(uint16_t(fixed.k[r][0])) | (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
     weights.v[r] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
     weights.offset[r] = _mm256_set1_epi32(fixed.offset[r]);
   }
@@ -238,7 +239,8 @@ __attribute__((target("avx2"))) int ConvertRowAvx2(const FixedMatrix& fixed, con
     }
     __m256i bytes[3];  // thirty-two R, G, B, in order
     for (int r = 0; r < 3; ++r) {
-      bytes[r] = _mm256_permute4x64_epi64(_mm256_packus_epi16(sixteens[0][r], sixteens[1][r]), 0xD8);
+      bytes[r] =
+          _mm256_permute4x64_epi64(_mm256_packus_epi16(sixteens[0][r], sixteens[1][r]), 0xD8);
     }
     const __m256i bgLow = _mm256_unpacklo_epi8(bytes[2], bytes[1]);
     const __m256i bgHigh = _mm256_unpackhi_epi8(bytes[2], bytes[1]);

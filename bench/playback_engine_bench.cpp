@@ -3,7 +3,7 @@
 // clip's length. Set beside `ffmpeg -i clip -f null -` (bare decode) by
 // bench/playback_vs_peers.sh; target 1.15x of it. No display needed.
 //
-// Usage: bench_playback_engine [clip.mp4]   (default: the generated clip)
+// Usage: bench_playback_engine [--decoder-threads N] [clip.mp4]   (default: the generated clip)
 
 #include "bench/playback_support.h"
 #include "engine/graph_events.h"
@@ -19,9 +19,11 @@ using namespace zelvaro::bench;
 
 int main(int argc, char** argv) {
   QCoreApplication app(argc, argv);
-  const QString clip = ClipPath(FirstPositional(app.arguments(), {}));
+  const QStringList args = app.arguments();
+  const QString clip = ClipPath(FirstPositional(args, {QStringLiteral("--decoder-threads")}));
   if (clip.isEmpty()) return 0;
   PrivateHome home;
+  const int decoderThreads = ApplyDecoderThreads(args);
 
   CountingVideoOutput output;
   GraphManager graph(&output);
@@ -41,7 +43,9 @@ int main(int argc, char** argv) {
   const double playCpu = ProcessCpuSeconds() - openCpu;
   graph.Close();
 
-  std::printf("engine alone, frames to a null consumer, %s\n", qPrintable(clip));
+  std::printf("engine alone, frames to a null consumer, decoder threads %s, %s\n",
+              decoderThreads < 0 ? "as set" : qPrintable(QString::number(decoderThreads)),
+              qPrintable(clip));
   if (!finished) std::printf("warning: no end of stream within the time-out\n");
   PrintFigure("clip_s", durationS, "s");
   PrintFigure("frames_expected", expectedFrames);

@@ -136,9 +136,9 @@ int main(int argc, char** argv) {
 
   const std::string file = QFile::encodeName(clip).toStdString();
   const std::vector<std::string> zelvaroArgs = {zelvaro, file};
-  const std::vector<std::string> mpvArgs = {
-      "mpv", "--no-config", "-v", "--msg-time", "--frames=1", "--vo=gpu", "--gpu-sw", "--ao=null",
-      file};
+  const std::vector<std::string> mpvArgs = {"mpv",        "--no-config", "-v",
+                                            "--msg-time", "--frames=1",  "--vo=gpu",
+                                            "--gpu-sw",   "--ao=null",   file};
   std::vector<double> zelvaroFirst, zelvaroExit, mpvFirst, mpvExit;
   for (int run = 0; run <= runs; ++run) {
     const LaunchTiming ours = TimeLaunch(zelvaroArgs, "zelvaro-first-frame-shown", &ZelvaroStamp);

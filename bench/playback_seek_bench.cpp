@@ -28,7 +28,7 @@ using namespace zelvaro::bench;
 namespace {
 
 // Spread over the clip, forwards and backwards, none on a 2 s keyframe.
-constexpr double kDefaultTargetsS[] = {7.37, 2.81, 13.15, 5.62, 17.43, 9.96, 1.29, 15.71,
+constexpr double kDefaultTargetsS[] = {7.37,  2.81, 13.15, 5.62, 17.43, 9.96, 1.29,  15.71,
                                        11.08, 3.53, 18.24, 6.67, 12.42, 0.73, 16.58, 8.14};
 constexpr int64_t kFrame100ns = 333'333;  // one frame at 30 fps
 constexpr int kSeekTimeoutMs = 5000;
@@ -134,7 +134,9 @@ int main(int argc, char** argv) {
     // The frame that covers the target: at or before it, within one frame.
     const double ms = TimeSeek(
         renderer, [&] { graph.Seek(targetS, false, 0); },
-        [&](int64_t shown) { return shown <= target100ns + 1 && target100ns - shown < kFrame100ns; });
+        [&](int64_t shown) {
+          return shown <= target100ns + 1 && target100ns - shown < kFrame100ns;
+        });
     ms >= 0 ? exactMs.push_back(ms) : void(++failures);
   }
   graph.Close();

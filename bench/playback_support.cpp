@@ -1,5 +1,8 @@
 #include "bench/playback_support.h"
 
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -8,6 +11,7 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -72,6 +76,14 @@ PrivateHome::PrivateHome() {
     QDir().mkpath(folder);
     qputenv(name, QFile::encodeName(folder));
   }
+}
+
+int ApplyDecoderThreads(const QStringList& args) {
+  const auto value = OptionValue(args, QStringLiteral("--decoder-threads"));
+  if (!value) return -1;
+  const int threads = std::max(0, value->toInt());
+  Settings::SetDword(setting::kLavNumThreads, uint32_t(threads));
+  return threads;
 }
 
 bool RunUntil(const std::function<bool()>& condition, int timeoutMs) {

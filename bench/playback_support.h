@@ -43,6 +43,11 @@ class PrivateHome {
   QTemporaryDir dir_;
 };
 
+// With "--decoder-threads N", stores LAV_NumThreads=N in the private home, so
+// the engine's video decoder runs on N threads (0: the decoder's choice).
+// Returns N, or -1 when the option is absent.
+int ApplyDecoderThreads(const QStringList& args);
+
 // Runs the event loop in short slices until `condition` holds or `timeoutMs`
 // passes; returns whether it holds.
 bool RunUntil(const std::function<bool()>& condition, int timeoutMs);

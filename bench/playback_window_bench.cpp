@@ -7,7 +7,8 @@
 // path, target 0.8x) and `ffmpeg -f null` (QPainter path, target 1.3x).
 // Needs a display: bash packaging/run-headless.sh build/bin/bench_playback_window
 //
-// Usage: bench_playback_window [--path opengl|painter|auto] [--size 1920x1080] [clip.mp4]
+// Usage: bench_playback_window [--path opengl|painter|auto] [--size 1920x1080]
+//                              [--decoder-threads N] [clip.mp4]
 //        bench_playback_window --which-path   (the path the renderer takes here, unforced)
 // Without --path, the OpenGL path (when there is one) and then the QPainter path.
 
@@ -130,10 +131,12 @@ int main(int argc, char** argv) {
     PrintPathChoice();
     return 0;
   }
-  const QStringList valued = {QStringLiteral("--path"), QStringLiteral("--size")};
+  const QStringList valued = {QStringLiteral("--path"), QStringLiteral("--size"),
+                              QStringLiteral("--decoder-threads")};
   const QString clip = ClipPath(FirstPositional(args, valued));
   if (clip.isEmpty()) return 0;
   PrivateHome home;
+  ApplyDecoderThreads(args);
 
   QSize windowSize(1920, 1080);
   if (const auto size = OptionValue(args, QStringLiteral("--size"))) {

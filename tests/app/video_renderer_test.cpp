@@ -71,7 +71,8 @@ VideoFramePtr MakeFrame(const FrameShape& shape, const std::function<QColor(int,
   const int chromaWidth = (width + 1) / 2, chromaHeight = (height + 1) / 2;
   const bool nv12 = shape.format == VideoPixelFormat::NV12;
   const int strideY = width + 16;
-  const int strideC = nv12 ? 2 * chromaWidth + 8 + (shape.oddChromaStride ? 1 : 0) : chromaWidth + 8;
+  const int strideC =
+      nv12 ? 2 * chromaWidth + 8 + (shape.oddChromaStride ? 1 : 0) : chromaWidth + 8;
   auto buffer = std::make_shared<std::vector<uint8_t>>(
       size_t(strideY) * height + size_t(strideC) * chromaHeight * (nv12 ? 1 : 2), 0xEE);
 
@@ -655,7 +656,7 @@ void VideoRendererTest::countsPresentedPaintedAndReplacedFrames() {
   QCOMPARE(counters.replacedBeforePaint, uint64_t{2});
   QCOMPARE(counters.painted, uint64_t{0});
   VERIFY_SHOWN(*renderer, QuadrantProbes({0, 0, 320, 240}, {kQuadrants[3], kQuadrants[3],
-                                                             kQuadrants[3], kQuadrants[3]}));
+                                                            kQuadrants[3], kQuadrants[3]}));
   counters = renderer->Counters();
   QCOMPARE(counters.painted, uint64_t{1});
   QCOMPARE(counters.lastPaintedTime100ns, int64_t{999'999});
@@ -684,9 +685,9 @@ void VideoRendererTest::prefersOpenGlOnlyInHardware() {
                                "Mesa X11 swrast", "Software Rasterizer"}) {
     QVERIFY2(IsSoftwareRasterizer(QString::fromLatin1(software)), software);
   }
-  for (const char* hardware : {"AMD Radeon RX 6600 (navi23, LLVM 15.0.6, DRM 3.49)",
-                               "Mesa Intel(R) UHD Graphics 620 (KBL GT2)", "NVIDIA GeForce GTX 1060/PCIe/SSE2",
-                               ""}) {
+  for (const char* hardware :
+       {"AMD Radeon RX 6600 (navi23, LLVM 15.0.6, DRM 3.49)",
+        "Mesa Intel(R) UHD Graphics 620 (KBL GT2)", "NVIDIA GeForce GTX 1060/PCIe/SSE2", ""}) {
     QVERIFY2(!IsSoftwareRasterizer(QString::fromLatin1(hardware)), hardware);
   }
   using enum OpenGlOverride;
@@ -744,8 +745,8 @@ void VideoRendererTest::convertsEveryWidthLikeTheFormula() {
   for (int width : {1, 2, 3, 15, 16, 17, 31, 32, 33, 47, 48, 63, 64, 65, 97, 130}) {
     const int height = 3, chromaWidth = (width + 1) / 2, chromaHeight = 2;
     const int strideY = width + 5, strideC = (nv12 ? 2 * chromaWidth : chromaWidth) + 3;
-    auto buffer = std::make_shared<std::vector<uint8_t>>(
-        size_t(strideY) * height + size_t(strideC) * chromaHeight * 2);
+    auto buffer = std::make_shared<std::vector<uint8_t>>(size_t(strideY) * height +
+                                                         size_t(strideC) * chromaHeight * 2);
     for (uint8_t& sample : *buffer) sample = uint8_t(byte(random));
     auto frame = std::make_shared<VideoFrame>();
     frame->format = format;
@@ -765,8 +766,7 @@ void VideoRendererTest::convertsEveryWidthLikeTheFormula() {
         for (int x = 0; x < width; ++x) {
           const uint8_t* chroma = u + (row / 2) * strideC;
           const double samples[3] = {
-              y[row * strideY + x] / 255.0,
-              (nv12 ? chroma[(x / 2) * 2] : chroma[x / 2]) / 255.0,
+              y[row * strideY + x] / 255.0, (nv12 ? chroma[(x / 2) * 2] : chroma[x / 2]) / 255.0,
               (nv12 ? chroma[(x / 2) * 2 + 1] : v[(row / 2) * strideC + x / 2]) / 255.0};
           const QRgb pixel = image.pixel(x, row);
           const int actual[3] = {qRed(pixel), qGreen(pixel), qBlue(pixel)};
@@ -793,7 +793,8 @@ void VideoRendererTest::convertsEveryWidthLikeTheFormula() {
 
 void VideoRendererTest::convertsRectanglesLikeTheWholeFrame() {
   const VideoFramePtr frame = QuadrantFrame({.size = {101, 67}}, kReversed);
-  const YuvToRgbMatrix toRgb = MakeYuvToRgbMatrix(VideoColorMatrix::Bt601, VideoColorRange::Limited);
+  const YuvToRgbMatrix toRgb =
+      MakeYuvToRgbMatrix(VideoColorMatrix::Bt601, VideoColorRange::Limited);
   const QImage whole = ConvertFrameToRgb(*frame, toRgb);
   // Odd and even edges, one pixel wide, and the whole frame.
   for (const QRect source : {QRect(0, 0, 101, 67), QRect(1, 3, 50, 20), QRect(33, 0, 1, 67),
