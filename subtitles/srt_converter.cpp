@@ -16,24 +16,6 @@ bool StartsWithDigit(std::string_view line) {
   return !line.empty() && line.front() >= '0' && line.front() <= '9';
 }
 
-// Each "<" with a ">" behind it goes, with all between; a "<" without a later
-// ">" ends the removal and stays. One pass gives what erasing the first pair
-// again and again would, without its quadratic cost.
-std::string StripSrtTags(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  size_t position = 0;
-  while (position < text.size()) {
-    const size_t open = text.find('<', position);
-    if (open == std::string_view::npos) break;
-    const size_t close = text.find('>', open + 1);
-    if (close == std::string_view::npos) break;
-    result.append(text.substr(position, open - position));
-    position = close + 1;
-  }
-  result.append(text.substr(position));
-  return result;
-}
 
 void FinishCue(int64_t startMs, int64_t endMs, std::string_view text, std::string* script) {
   std::string escaped;
@@ -69,6 +51,25 @@ bool IsBlank(char c) {
 }
 
 }  // namespace
+
+// Each "<" with a ">" behind it goes, with all between; a "<" without a later
+// ">" ends the removal and stays. One pass gives what erasing the first pair
+// again and again would, without its quadratic cost.
+std::string StripSrtTags(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  size_t position = 0;
+  while (position < text.size()) {
+    const size_t open = text.find('<', position);
+    if (open == std::string_view::npos) break;
+    const size_t close = text.find('>', open + 1);
+    if (close == std::string_view::npos) break;
+    result.append(text.substr(position, open - position));
+    position = close + 1;
+  }
+  result.append(text.substr(position));
+  return result;
+}
 
 int64_t ParseSrtTime(const std::string& text) {
   int hours = 0, minutes = 0, seconds = 0, fraction = 0;

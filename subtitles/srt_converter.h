@@ -28,6 +28,9 @@ struct SrtCue {
 // Never empty: the header is written even when no cue was found. Tags such as
 // <i> or <font> are removed without effect on the look; {\...} override
 // blocks go through to libass.
+// Removes every "<...>" tag; a "<" without a later ">" stays with what follows.
+std::string StripSrtTags(std::string_view text);
+
 std::string ConvertSrtToAss(const SubtitleStyle& style, std::string_view utf8);
 
 // Returns whether any cue with text was found.

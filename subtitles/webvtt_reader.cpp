@@ -2,6 +2,7 @@
 
 #include "foundation/text_conversion.h"
 #include "subtitles/ass_script.h"
+#include "subtitles/srt_converter.h"
 
 #include <algorithm>
 
@@ -54,18 +55,7 @@ bool ParseTimingLine(std::string_view line, int64_t* startMs, int64_t* endMs) {
 // Tags go (a "<" without a later ">" stays, as in SubRip), then the four
 // entities are decoded, so "&lt;i&gt;" shows as text.
 std::string CleanCueText(std::string_view text) {
-  std::string stripped;
-  stripped.reserve(text.size());
-  size_t position = 0;
-  while (position < text.size()) {
-    const size_t open = text.find('<', position);
-    if (open == std::string_view::npos) break;
-    const size_t close = text.find('>', open + 1);
-    if (close == std::string_view::npos) break;
-    stripped.append(text.substr(position, open - position));
-    position = close + 1;
-  }
-  stripped.append(text.substr(position));
+  const std::string stripped = StripSrtTags(text);
 
   struct Entity {
     std::string_view name;
