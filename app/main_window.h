@@ -153,6 +153,7 @@ class MainWindow : public QWidget {
   void RotateBy(int degrees);
   void ToggleFlipHorizontal();
   void ToggleFlipVertical();
+  void WalkFavorites(FavoriteStep (FavoriteRun::*step)());
   void DisableSubtitles();
   void OpenSubtitleFile();
   void ShowPositionOsd();

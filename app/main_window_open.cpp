@@ -228,16 +228,22 @@ bool MainWindow::WalkToNextPlayable() {
   return false;
 }
 
+// Steps through the favourites run until an entry opens, then seeks to its
+// stored position.
+void MainWindow::WalkFavorites(FavoriteStep (FavoriteRun::*step)()) {
+  for (FavoriteStep entry = (favoriteRun_.*step)(); !entry.path.isEmpty();
+       entry = (favoriteRun_.*step)()) {
+    if (OpenFile(entry.path)) {
+      if (entry.positionSeconds > 0 && graph_) graph_->Seek(entry.positionSeconds, true, 0);
+      return;
+    }
+  }
+}
+
 void MainWindow::PlayNext() {
   if (!playlist_) return;
   if (favoriteRun_.Active()) {
-    for (FavoriteStep step = favoriteRun_.NextFavorite(); !step.path.isEmpty();
-         step = favoriteRun_.NextFavorite()) {
-      if (OpenFile(step.path)) {
-        if (step.positionSeconds > 0 && graph_) graph_->Seek(step.positionSeconds, true, 0);
-        return;
-      }
-    }
+    WalkFavorites(&FavoriteRun::NextFavorite);
     return;
   }
   WalkToNextPlayable();
@@ -246,13 +252,7 @@ void MainWindow::PlayNext() {
 void MainWindow::PlayPrevious() {
   if (!playlist_) return;
   if (favoriteRun_.Active()) {
-    for (FavoriteStep step = favoriteRun_.PreviousFavorite(); !step.path.isEmpty();
-         step = favoriteRun_.PreviousFavorite()) {
-      if (OpenFile(step.path)) {
-        if (step.positionSeconds > 0 && graph_) graph_->Seek(step.positionSeconds, true, 0);
-        return;
-      }
-    }
+    WalkFavorites(&FavoriteRun::PreviousFavorite);
     return;
   }
   while (playlist_->CurrentIndex() > 0) {
