@@ -334,6 +334,20 @@ std::string FindSoftwareDecoder(const GstCaps* caps) {
   return video && !bestAvdec.empty() ? bestAvdec : best;
 }
 
+int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int height,
+                           double framesPerSecond) {
+  if (configured != 0) return static_cast<int>(std::min<uint32_t>(configured, 64));
+  constexpr int64_t kOneThreadPixelsPerFrame = 1920 * 1088;
+  constexpr double kOneThreadFramesPerSecond = 30.5;  // 30000/1001 and 30 alike
+  const bool light =
+      codec == VideoCodec::H264 || codec == VideoCodec::MPEG2 || codec == VideoCodec::VP8;
+  const int64_t pixels = static_cast<int64_t>(width) * height;
+  // An unknown rate (0) is taken as an ordinary one.
+  const bool small = width > 0 && height > 0 && pixels <= kOneThreadPixelsPerFrame &&
+                     framesPerSecond <= kOneThreadFramesPerSecond;
+  return light && small ? 1 : 0;
+}
+
 bool IsHardwareDecoderName(std::string_view name) {
   for (std::string_view word : {"dxva", "d3d11", "cuda", "nvdec", "qsv", "vaapi"}) {
     if (name.find(word) != std::string_view::npos) return true;

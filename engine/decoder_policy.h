@@ -86,6 +86,14 @@ VideoDecoderChoice ChooseVideoDecoder(int wanted, VideoCodec codec, int width, i
 // never a hardware one; empty when none is installed.
 std::string FindSoftwareDecoder(const GstCaps* caps);
 
+// Worker threads for a software video decoder: LAV_NumThreads when it is set
+// (not 0). Otherwise one thread for the light codecs (H.264, MPEG-2, VP8) up
+// to 1080p at 30 frames a second, which one core decodes several times faster
+// than they play, and where every extra thread only adds wake-ups; 0 (the
+// decoder's own choice, one per core) for anything heavier.
+int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int height,
+                           double framesPerSecond);
+
 // The hardware test on a decoder's name: the words of the Windows decoders
 // anywhere ("dxva", "d3d11", "cuda", "nvdec", "qsv"), and the Linux families
 // "va", "vaapi", "nv" as the start of the name (software decoders such as

@@ -1,6 +1,7 @@
 // PlaybackGraph: linking the streams parsebin finds, on streaming threads.
 
 #include "engine/playback_graph.h"
+#include "engine/burst_queue.h"
 #include "engine/video_sink.h"
 #include "foundation/trace.h"
 
@@ -128,6 +129,7 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   gst_structure_get_int(structure, "height", &height);
   gst_structure_get_fraction(structure, "framerate", &rateNum, &rateDen);
   if (width >= 1 && height >= 1) Trace("Detected video resolution: %dx%d", width, height);
+  const double rate = rateNum > 0 && rateDen > 0 ? static_cast<double>(rateNum) / rateDen : 0.0;
 
   int wanted = HwAccelForVideoSize(request_.hwAccel, width, height);
   VideoDecoderChoice choice = ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height,
@@ -140,7 +142,7 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
     result_.effectiveHwAccel = choice.hwAccel;
     result_.videoWidth = width;
     result_.videoHeight = height;
-    result_.frameRate = rateNum > 0 && rateDen > 0 ? static_cast<double>(rateNum) / rateDen : 0.0;
+    result_.frameRate = rate;
   }
   if (factory.empty()) {
     Trace("Failed to render pin '%s': no decoder", GST_PAD_NAME(pad));
@@ -148,8 +150,11 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   }
   ElementRef decoder = MakeElement(factory.c_str(), "lav_video");
   ElementRef convert = MakeElement("videoconvert", "video_convert");
-  if (!decoder || !convert) return false;
-  SetPropertyIfPresent(decoder.get(), "max-threads", static_cast<int>(request_.video.numThreads));
+  ElementRef burst = MakeBurstQueue(BurstDepthFor(width, height), "video_burst");
+  if (!decoder || !convert || !burst) return false;
+  SetPropertyIfPresent(decoder.get(), "max-threads",
+                       SoftwareDecoderThreads(request_.video.numThreads, VideoCodecFromCaps(caps),
+                                              width, height, rate));
   ElementRef deinterlace;
   if (request_.video.deintMode && *request_.video.deintMode != 3) {
     deinterlace = MakeElement("deinterlace", "video_deinterlace");
@@ -166,6 +171,7 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   std::vector<GstElement*> chain = {decoder.get()};
   if (deinterlace) chain.push_back(deinterlace.get());
   chain.push_back(convert.get());
+  chain.push_back(burst.get());
   chain.push_back(videoRenderer_->Sink());
   for (GstElement* element : chain) gst_bin_add(bin, element);
   bool linked = true;
@@ -205,6 +211,13 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
     *selector = audio_.selector;
   }
   if (*selector) return true;
+  // The desktop's output is opened once a stream needs it: probing it loads a
+  // plugin per sound system, which a silent video need not pay for.
+  if (!audioRenderer_) {
+    audioRendererIsNull_ = false;
+    audioRenderer_ = request_.audioRenderer ? request_.audioRenderer()
+                                            : CreateAudioRenderer(&audioRendererIsNull_);
+  }
   AudioChain chain;
   if (!ConnectAudioChain(GST_BIN(pipeline_.get()), caps, audioRenderer_, request_.audioStages,
                          request_.audio, &chain)) {

@@ -129,12 +129,6 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
     return failed();
   }
   if (!CreateSource()) return failed();
-  if (request.audioRenderer) {
-    audioRenderer_ = request.audioRenderer();
-    audioRendererIsNull_ = false;
-  } else {
-    audioRenderer_ = CreateAudioRenderer(&audioRendererIsNull_);
-  }
 
   GstStateChangeReturn change = gst_element_set_state(pipeline_.get(), GST_STATE_PAUSED);
   if (change == GST_STATE_CHANGE_FAILURE) {

@@ -166,7 +166,9 @@ class PlaybackGraph {
   ElementRef demuxQueue_;
   std::unique_ptr<VideoSinkBridge> videoRenderer_;
   VideoOutput* videoOutput_ = nullptr;
-  ElementRef audioRenderer_;  // owned here until the audio chain takes it into the graph
+  // Made by the first audio stream, under streamMutex_; owned here until the
+  // audio chain takes it into the graph.
+  ElementRef audioRenderer_;
   bool audioRendererIsNull_ = false;
   std::atomic<bool> built_{false};
 

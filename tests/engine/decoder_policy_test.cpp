@@ -1,6 +1,7 @@
 // The hardware decoding policy with the decoders this machine really has,
 // and with the availability of others stated by a probe.
 
+#include "engine/burst_queue.h"
 #include "engine/decoder_policy.h"
 
 #include "engine/gst_ref.h"
@@ -135,6 +136,33 @@ TEST(DecoderPolicyTest, SoftwareDecodersOfThisMachine) {
   EXPECT_FALSE(ProbeDecoderFactory("zelvaro_no_such_decoder"));
   // Whatever this machine has, the real probe answers consistently.
   EXPECT_EQ(ProbeDecoderFactory("vah264dec"), ProbeDecoderFactory("vah264dec"));
+}
+
+TEST(DecoderPolicyTest, SoftwareThreadsAndBurstDepth) {
+  // The stored count always wins, bounded; auto gives light streams up to
+  // 1080p30 one thread and everything else the decoder's own choice.
+  EXPECT_EQ(SoftwareDecoderThreads(3, VideoCodec::HEVC, 3840, 2160, 60), 3);
+  EXPECT_EQ(SoftwareDecoderThreads(0xFFFFFFFFu, VideoCodec::H264, 1920, 1080, 30), 64);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1920, 1080, 30000.0 / 1001), 1);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::MPEG2, 720, 576, 25), 1);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1280, 720, 0), 1);  // rate unknown
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1920, 1080, 60), 0);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 2560, 1440, 30), 0);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::HEVC, 1280, 720, 30), 0);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 0, 0, 30), 0);  // size unknown
+
+  // Deep for small pictures, shallow for huge ones, never a queue that
+  // cannot make a burst.
+  EXPECT_EQ(BurstDepthFor(640, 360).depth, 8);
+  EXPECT_EQ(BurstDepthFor(1920, 1080).depth, 8);
+  EXPECT_EQ(BurstDepthFor(3840, 2160).depth, 4);
+  EXPECT_EQ(BurstDepthFor(16384, 16384).depth, 3);
+  EXPECT_EQ(BurstDepthFor(0, 0).depth, 8);
+  for (auto [width, height] : {std::pair{320, 240}, {1920, 1080}, {3840, 2160}}) {
+    const BurstDepth depth = BurstDepthFor(width, height);
+    EXPECT_GE(depth.refill, 1);
+    EXPECT_LT(depth.refill + 1, depth.depth);
+  }
 }
 
 TEST(DecoderSettingsTest, DefaultsAndStoredValues) {
