@@ -65,30 +65,41 @@ inline uint8_t ClampByte(int value) {
   return uint8_t(std::clamp(value, 0, 255));
 }
 
-// The matrix on byte samples in fixed point, out = (sum(k * byte) + offset)
-// >> shift, with every k within 16 bits so SSE2 can multiply pairs at once;
-// the shift is as large as that allows (13 for the usual matrices).
+// The matrix in the fixed point the vector loops compute in sixteen bits.
+// A channel is (lumaTerm + chromaTerm) >> 5, clamped to a byte, where
+//   lumaTerm   = (y * luma) >> 8                                 (5 fraction bits)
+//   chromaTerm = (chroma[c][0] * u + chroma[c][1] * v + offset[c]) >> 7
+// luma has 13 fraction bits, chroma and offset 12, and the offset carries the
+// final rounding. Luma weighs the same in all three channels for every
+// matrix MakeYuvToRgbMatrix makes (colour controls only turn and scale
+// chroma), so it is computed once per pixel; chroma once per pair of
+// pixels. The vector loops saturate chromaTerm and the sum to sixteen bits:
+// lumaTerm is never negative and below 2^15, so a saturated value lands on
+// the same clamped byte as the exact one, and all paths give the same bytes.
 struct FixedMatrix {
-  int shift = 0;
-  int k[3][3]{};
+  int luma = 0;
+  int chroma[3][2]{};
   int offset[3]{};
 };
 
 FixedMatrix ToFixed(const YuvToRgbMatrix& toRgb) {
-  float largest = 0.0f;
-  for (const auto& row : toRgb.m)
-    for (int c = 0; c < 3; ++c) largest = std::max(largest, std::abs(row[c]));
   FixedMatrix fixed;
-  fixed.shift = 14;
-  while (fixed.shift > 0 && largest * float(1 << fixed.shift) > 32767.0f) --fixed.shift;
-  const double scale = double(1 << fixed.shift);
-  for (int r = 0; r < 3; ++r) {
-    for (int c = 0; c < 3; ++c) fixed.k[r][c] = int(std::lround(toRgb.m[r][c] * scale));
-    // Offsets are not bound to 16 bits; clamped only so the sums cannot overflow.
-    const double offset = std::clamp(toRgb.m[r][3] * 255.0 * scale, -1e9, 1e9);
-    fixed.offset[r] = int(std::lround(offset)) + (fixed.shift > 0 ? 1 << (fixed.shift - 1) : 0);
+  fixed.luma = int(std::clamp(std::lround(toRgb.m[0][0] * 8192.0), 0L, 32767L));
+  for (int c = 0; c < 3; ++c) {
+    for (int k = 0; k < 2; ++k)
+      fixed.chroma[c][k] = int(std::clamp(std::lround(toRgb.m[c][k + 1] * 4096.0), -32768L, 32767L));
+    const double offset = std::clamp(toRgb.m[c][3] * 255.0 * 4096.0, -1e8, 1e8);
+    fixed.offset[c] = int(std::lround(offset)) + (16 << 7);
   }
   return fixed;
+}
+
+inline int LumaTerm(const FixedMatrix& fixed, int y) {
+  return (y * fixed.luma) >> 8;
+}
+
+inline int ChromaTerm(const FixedMatrix& fixed, int c, int u, int v) {
+  return (fixed.chroma[c][0] * u + fixed.chroma[c][1] * v + fixed.offset[c]) >> 7;
 }
 
 // One row of the picture: luma, and the chroma row it shares with its
@@ -101,71 +112,55 @@ struct RowPlanes {
 
 void ConvertRowScalar(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from, int to) {
   for (int x = from; x < to; ++x) {
-    const int luma = row.y[x];
+    const int luma = LumaTerm(fixed, row.y[x]);
     const int cb = row.v ? row.u[x / 2] : row.u[(x / 2) * 2];
     const int cr = row.v ? row.v[x / 2] : row.u[(x / 2) * 2 + 1];
     int channel[3];
-    for (int r = 0; r < 3; ++r) {
-      channel[r] =
-          (fixed.k[r][0] * luma + fixed.k[r][1] * cb + fixed.k[r][2] * cr + fixed.offset[r]) >>
-          fixed.shift;
-    }
+    for (int c = 0; c < 3; ++c) channel[c] = (luma + ChromaTerm(fixed, c, cb, cr)) >> 5;
     out[x - from] = qRgb(ClampByte(channel[0]), ClampByte(channel[1]), ClampByte(channel[2]));
   }
 }
 
 #if defined(__x86_64__)
-// Sixteen pixels a step: luma and duplicated chroma widened to 16 bits,
-// (y, u) and (v, 0) pairs multiplied and summed into 32 bits with madd, the
-// same fixed point as the scalar loop, so every path gives identical bytes.
+// Sixteen pixels a step. Chroma: (u, v) byte pairs widened to 16 bits and
+// multiplied and summed into 32 bits with madd, then narrowed and doubled to
+// cover both pixels of the pair. Luma: the byte in the high half of a 16-bit
+// lane times the weight, high 16 bits kept, which is (y * luma) >> 8.
 // Like the scalar loop, each kernel writes pixel x to out[x - from]; it
 // converts while a whole step fits and returns where it stopped, and the
 // next narrower one does the rest.
 int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, int from, int width) {
   const __m128i zero = _mm_setzero_si128();
   const __m128i opaque = _mm_set1_epi8(char(0xFF));
-  __m128i yuWeights[3], vWeights[3], offsets[3];
-  for (int r = 0; r < 3; ++r) {
-    yuWeights[r] = _mm_set1_epi32(
-        int(uint32_t(uint16_t(fixed.k[r][0])) | (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
-    vWeights[r] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
-    offsets[r] = _mm_set1_epi32(fixed.offset[r]);
+  const __m128i lumaWeight = _mm_set1_epi16(short(fixed.luma));
+  __m128i uvWeights[3], offsets[3];
+  for (int c = 0; c < 3; ++c) {
+    uvWeights[c] = _mm_set1_epi32(int(uint32_t(uint16_t(fixed.chroma[c][0])) |
+                                      (uint32_t(uint16_t(fixed.chroma[c][1])) << 16)));
+    offsets[c] = _mm_set1_epi32(fixed.offset[c]);
   }
-  const __m128i shift = _mm_cvtsi32_si128(fixed.shift);
-  // Four pixels of one channel, 32 bits each.
-  auto channel = [&](int r, __m128i yu, __m128i v0) {
-    const __m128i sum = _mm_add_epi32(
-        _mm_add_epi32(_mm_madd_epi16(yu, yuWeights[r]), _mm_madd_epi16(v0, vWeights[r])),
-        offsets[r]);
-    return _mm_sra_epi32(sum, shift);
-  };
   if (from % 2 != 0) return from;  // a step starts on a chroma pair
   int x = from;
   for (; x + 16 <= width; x += 16) {
+    const __m128i uv =  // u0 v0 u1 v1 ... u7 v7
+        row.v ? _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.u + x / 2)),
+                                  _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.v + x / 2)))
+              : _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x));
+    const __m128i uvLow = _mm_unpacklo_epi8(uv, zero), uvHigh = _mm_unpackhi_epi8(uv, zero);
     const __m128i luma = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.y + x));
-    __m128i cb, cr;  // eight samples each, 16 bits
-    if (row.v) {
-      cb =
-          _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.u + x / 2)), zero);
-      cr =
-          _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row.v + x / 2)), zero);
-    } else {
-      const __m128i both = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x));
-      cb = _mm_and_si128(both, _mm_set1_epi16(0x00FF));
-      cr = _mm_srli_epi16(both, 8);
-    }
-    __m128i halves[2][3];  // [pixels 0-7, 8-15][R, G, B], 16 bits
-    for (int half = 0; half < 2; ++half) {
-      const __m128i y16 = half ? _mm_unpackhi_epi8(luma, zero) : _mm_unpacklo_epi8(luma, zero);
-      const __m128i u16 = half ? _mm_unpackhi_epi16(cb, cb) : _mm_unpacklo_epi16(cb, cb);
-      const __m128i v16 = half ? _mm_unpackhi_epi16(cr, cr) : _mm_unpacklo_epi16(cr, cr);
-      const __m128i yu0 = _mm_unpacklo_epi16(y16, u16), yu1 = _mm_unpackhi_epi16(y16, u16);
-      const __m128i v0 = _mm_unpacklo_epi16(v16, zero), v1 = _mm_unpackhi_epi16(v16, zero);
-      for (int r = 0; r < 3; ++r)
-        halves[half][r] = _mm_packs_epi32(channel(r, yu0, v0), channel(r, yu1, v1));
-    }
+    const __m128i lumaLow = _mm_mulhi_epu16(_mm_unpacklo_epi8(zero, luma), lumaWeight);
+    const __m128i lumaHigh = _mm_mulhi_epu16(_mm_unpackhi_epi8(zero, luma), lumaWeight);
     __m128i bytes[3];  // sixteen R, G, B
-    for (int r = 0; r < 3; ++r) bytes[r] = _mm_packus_epi16(halves[0][r], halves[1][r]);
+    for (int c = 0; c < 3; ++c) {
+      auto term = [&](__m128i pairs) {
+        return _mm_srai_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, uvWeights[c]), offsets[c]), 7);
+      };
+      const __m128i chroma = _mm_packs_epi32(term(uvLow), term(uvHigh));  // eight pairs
+      const __m128i low = _mm_srai_epi16(_mm_adds_epi16(lumaLow, _mm_unpacklo_epi16(chroma, chroma)), 5);
+      const __m128i high =
+          _mm_srai_epi16(_mm_adds_epi16(lumaHigh, _mm_unpackhi_epi16(chroma, chroma)), 5);
+      bytes[c] = _mm_packus_epi16(low, high);
+    }
     // Memory order of RGB32 on a little-endian machine: B, G, R, 0xFF.
     const __m128i bgLow = _mm_unpacklo_epi8(bytes[2], bytes[1]);
     const __m128i bgHigh = _mm_unpackhi_epi8(bytes[2], bytes[1]);
@@ -180,67 +175,56 @@ int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, in
   return x;
 }
 
-struct Avx2Weights {
-  __m256i yu[3], v[3], offset[3];
-  __m128i shift;
-};
-
-// Eight pixels of channel r (two groups of four, one per 128-bit half).
-__attribute__((target("avx2"))) inline __m256i ChannelAvx2(const Avx2Weights& weights, int r,
-                                                           __m256i yu, __m256i v0) {
-  const __m256i sum = _mm256_add_epi32(
-      _mm256_add_epi32(_mm256_madd_epi16(yu, weights.yu[r]), _mm256_madd_epi16(v0, weights.v[r])),
-      weights.offset[r]);
-  return _mm256_sra_epi32(sum, weights.shift);
+// Eight chroma terms from eight (u, v) pairs in 16-bit lanes.
+__attribute__((target("avx2"))) inline __m256i ChromaTermsAvx2(__m256i pairs, __m256i weights,
+                                                               __m256i offset) {
+  return _mm256_srai_epi32(_mm256_add_epi32(_mm256_madd_epi16(pairs, weights), offset), 7);
 }
 
-// The same arithmetic, 32 pixels a step. AVX2 unpacks and packs work
-// within each 128-bit half, so chroma is reordered before it is duplicated
-// and the results are put back in order before they are stored.
+// The same arithmetic, 32 pixels a step. AVX2 unpacks work within each
+// 128-bit half, so luma comes out as pixels 0-7 | 16-23 and 8-15 | 24-31;
+// chroma is put in order once and doubled to match, and the packed bytes
+// then come out in order.
 __attribute__((target("avx2"))) int ConvertRowAvx2(const FixedMatrix& fixed, const RowPlanes& row,
                                                    QRgb* out, int from, int width) {
   const __m256i zero = _mm256_setzero_si256();
   const __m256i opaque = _mm256_set1_epi8(char(0xFF));
-  Avx2Weights weights;
-  for (int r = 0; r < 3; ++r) {
-    weights.yu[r] = _mm256_set1_epi32(
-        int(uint32_t(uint16_t(fixed.k[r][0])) | (uint32_t(uint16_t(fixed.k[r][1])) << 16)));
-    weights.v[r] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.k[r][2]))));
-    weights.offset[r] = _mm256_set1_epi32(fixed.offset[r]);
+  const __m256i lumaWeight = _mm256_set1_epi16(short(fixed.luma));
+  __m256i uvWeights[3], offsets[3];
+  for (int c = 0; c < 3; ++c) {
+    uvWeights[c] = _mm256_set1_epi32(int(uint32_t(uint16_t(fixed.chroma[c][0])) |
+                                         (uint32_t(uint16_t(fixed.chroma[c][1])) << 16)));
+    offsets[c] = _mm256_set1_epi32(fixed.offset[c]);
   }
-  weights.shift = _mm_cvtsi32_si128(fixed.shift);
   if (from % 2 != 0) return from;
   int x = from;
   for (; x + 32 <= width; x += 32) {
-    __m256i cb, cr;  // sixteen samples each, 16 bits, in pixel order
+    __m128i uv0, uv1;  // pairs 0-7 and 8-15 as u v bytes
     if (row.v) {
-      cb = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x / 2)));
-      cr = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row.v + x / 2)));
+      const __m128i u = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x / 2));
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.v + x / 2));
+      uv0 = _mm_unpacklo_epi8(u, v);
+      uv1 = _mm_unpackhi_epi8(u, v);
     } else {
-      const __m256i both = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row.u + x));
-      cb = _mm256_and_si256(both, _mm256_set1_epi16(0x00FF));
-      cr = _mm256_srli_epi16(both, 8);
+      uv0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x));
+      uv1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.u + x + 16));
     }
-    // Quarters 0, 2, 1, 3: the in-half duplication below then yields
-    // pixels 0-15 from the low unpack and 16-31 from the high one.
-    cb = _mm256_permute4x64_epi64(cb, 0xD8);
-    cr = _mm256_permute4x64_epi64(cr, 0xD8);
-    __m256i sixteens[2][3];  // [pixels 0-15, 16-31][R, G, B], 16 bits, in order
-    for (int half = 0; half < 2; ++half) {
-      const __m256i y16 = _mm256_cvtepu8_epi16(
-          _mm_loadu_si128(reinterpret_cast<const __m128i*>(row.y + x + 16 * half)));
-      const __m256i u16 = half ? _mm256_unpackhi_epi16(cb, cb) : _mm256_unpacklo_epi16(cb, cb);
-      const __m256i v16 = half ? _mm256_unpackhi_epi16(cr, cr) : _mm256_unpacklo_epi16(cr, cr);
-      const __m256i yu0 = _mm256_unpacklo_epi16(y16, u16), yu1 = _mm256_unpackhi_epi16(y16, u16);
-      const __m256i v0 = _mm256_unpacklo_epi16(v16, zero), v1 = _mm256_unpackhi_epi16(v16, zero);
-      for (int r = 0; r < 3; ++r)
-        sixteens[half][r] =
-            _mm256_packs_epi32(ChannelAvx2(weights, r, yu0, v0), ChannelAvx2(weights, r, yu1, v1));
-    }
+    const __m256i pairs0 = _mm256_cvtepu8_epi16(uv0), pairs1 = _mm256_cvtepu8_epi16(uv1);
+    const __m256i luma = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row.y + x));
+    const __m256i lumaA = _mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, luma), lumaWeight);
+    const __m256i lumaB = _mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, luma), lumaWeight);
     __m256i bytes[3];  // thirty-two R, G, B, in order
-    for (int r = 0; r < 3; ++r) {
-      bytes[r] =
-          _mm256_permute4x64_epi64(_mm256_packus_epi16(sixteens[0][r], sixteens[1][r]), 0xD8);
+    for (int c = 0; c < 3; ++c) {
+      // packs interleaves the halves (0-3, 8-11 | 4-7, 12-15); put them in order.
+      const __m256i chroma = _mm256_permute4x64_epi64(
+          _mm256_packs_epi32(ChromaTermsAvx2(pairs0, uvWeights[c], offsets[c]),
+                             ChromaTermsAvx2(pairs1, uvWeights[c], offsets[c])),
+          0xD8);
+      const __m256i a =
+          _mm256_srai_epi16(_mm256_adds_epi16(lumaA, _mm256_unpacklo_epi16(chroma, chroma)), 5);
+      const __m256i b =
+          _mm256_srai_epi16(_mm256_adds_epi16(lumaB, _mm256_unpackhi_epi16(chroma, chroma)), 5);
+      bytes[c] = _mm256_packus_epi16(a, b);
     }
     const __m256i bgLow = _mm256_unpacklo_epi8(bytes[2], bytes[1]);
     const __m256i bgHigh = _mm256_unpackhi_epi8(bytes[2], bytes[1]);
@@ -251,10 +235,11 @@ __attribute__((target("avx2"))) int ConvertRowAvx2(const FixedMatrix& fixed, con
     const __m256i pixelsC = _mm256_unpacklo_epi16(bgHigh, raHigh);  // 8-11 | 24-27
     const __m256i pixelsD = _mm256_unpackhi_epi16(bgHigh, raHigh);  // 12-15 | 28-31
     auto* target = reinterpret_cast<__m256i*>(out + (x - from));
-    _mm256_storeu_si256(target + 0, _mm256_permute2x128_si256(pixelsA, pixelsB, 0x20));
-    _mm256_storeu_si256(target + 1, _mm256_permute2x128_si256(pixelsC, pixelsD, 0x20));
-    _mm256_storeu_si256(target + 2, _mm256_permute2x128_si256(pixelsA, pixelsB, 0x31));
-    _mm256_storeu_si256(target + 3, _mm256_permute2x128_si256(pixelsC, pixelsD, 0x31));
+    const __m256i stores[4] = {_mm256_permute2x128_si256(pixelsA, pixelsB, 0x20),
+                               _mm256_permute2x128_si256(pixelsC, pixelsD, 0x20),
+                               _mm256_permute2x128_si256(pixelsA, pixelsB, 0x31),
+                               _mm256_permute2x128_si256(pixelsC, pixelsD, 0x31)};
+    for (int i = 0; i < 4; ++i) _mm256_storeu_si256(target + i, stores[i]);
   }
   return ConvertRowSse2(fixed, row, out + (x - from), x, width);
 }

@@ -93,7 +93,7 @@ bool RunUntil(const std::function<bool()>& condition, int timeoutMs) {
   // overload of processEvents with a time limit never sleeps, so the
   // benchmark would measure its own spinning.
   QTimer wake;
-  wake.start(10);
+  wake.start(100);
   while (!condition()) {
     if (MonotonicSeconds() > deadline) return false;
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

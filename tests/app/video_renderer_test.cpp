@@ -26,7 +26,9 @@ using namespace zelvaro;
 
 namespace {
 
-constexpr int kWaitMs = 5000;
+// Generous: each try grabs the screen, which llvmpipe on a loaded machine
+// makes slow; a passing run never waits for it.
+constexpr int kWaitMs = 20000;
 constexpr int kColourTolerance = 6;  // 8-bit YUV round trip plus filtering
 
 // Saturated but unclipped, so a wrong matrix or range moves some channel by
