@@ -6,7 +6,8 @@
 // by bench/playback_vs_peers.sh over the same targets).
 // Needs a display: bash packaging/run-headless.sh build/bin/bench_playback_seek
 //
-// Usage: bench_playback_seek [--path opengl|painter|auto] [--targets 1.5,7.2,...] [clip.mp4]
+// Usage: bench_playback_seek [--path opengl|painter|auto] [--targets 1.5,7.2,...]
+//                            [--decoder-threads N] [clip.mp4]
 //        bench_playback_seek --list-targets   (the default targets, comma-separated)
 
 #include "app/video_renderer.h"
@@ -89,9 +90,11 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   const QStringList args = app.arguments();
   const QString clip =
-      ClipPath(FirstPositional(args, {QStringLiteral("--path"), QStringLiteral("--targets")}));
+      ClipPath(FirstPositional(args, {QStringLiteral("--path"), QStringLiteral("--targets"),
+                                      QStringLiteral("--decoder-threads")}));
   if (clip.isEmpty()) return 0;
   PrivateHome home;
+  ApplyDecoderThreads(args);
   if (const auto list = OptionValue(args, QStringLiteral("--targets"))) {
     targetsS.clear();
     for (const QString& item : list->split(QLatin1Char(','), Qt::SkipEmptyParts))

@@ -87,10 +87,12 @@ VideoDecoderChoice ChooseVideoDecoder(int wanted, VideoCodec codec, int width, i
 std::string FindSoftwareDecoder(const GstCaps* caps);
 
 // Worker threads for a software video decoder: LAV_NumThreads when it is set
-// (not 0). Otherwise one thread for the light codecs (H.264, MPEG-2, VP8) up
-// to 1080p at 30 frames a second, which one core decodes several times faster
-// than they play, and where every extra thread only adds wake-ups; 0 (the
-// decoder's own choice, one per core) for anything heavier.
+// (not 0). Otherwise two for the light codecs (H.264, MPEG-2, VP8) up to
+// 1080p at 30 frames a second: one core decodes those several times faster
+// than they play, and a second keeps an exact seek, which decodes up to a
+// whole group of pictures at once, as quick as a thread per core would; more
+// threads only add wake-ups at 1x. 0 (the decoder's own choice, one per
+// core) for anything heavier.
 int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int height,
                            double framesPerSecond);
 

@@ -243,6 +243,8 @@ bool GraphManager::Play() {
     if (!BuildGraph(path)) return false;
     currentPath_ = path;
     state_ = 0;
+    // Close let go of the side subtitle with the old graph.
+    if (!isUrlInput_) LoadSideSubtitles(path);
     ran = graph_->SetState(GST_STATE_PLAYING);
     Trace("Play() - Retry with D3D11 returned: %s", ran ? "ok" : "failed");
   }
