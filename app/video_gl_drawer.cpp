@@ -2,6 +2,7 @@
 
 #include "app/palette.h"
 #include "app/video_geometry.h"
+#include "app/video_gl_surface.h"
 #include "app/yuv_shaders.h"
 #include "foundation/trace.h"
 
@@ -20,6 +21,8 @@ bool VideoGlDrawer::Initialize() {
   if (!context) return false;
   initializeOpenGLFunctions();
   functionsReady_ = true;
+  const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  cpuRasterizer_ = renderer != nullptr && IsSoftwareRasterizer(QString::fromLatin1(renderer));
   const QByteArray header = GlslHeader(*context);
   if (header.isEmpty()) {
     Trace("Video renderer: OpenGL %d.%d%s is too old for the YUV shaders",
@@ -118,10 +121,18 @@ void VideoGlDrawer::Draw(const VideoScene& scene, double scale, const QSize& fra
                                                  m[1][0], m[1][1], m[1][2], m[1][3],  //
                                                  m[2][0], m[2][1], m[2][2], m[2][3],  //
                                                  0, 0, 0, 1));
+  // A CPU rasteriser pays for every filtered sample, and a picture shown
+  // texel for texel gains nothing from filtering its luma: there chroma comes
+  // from the nearest sample, as on the QPainter path. Anything scaled or
+  // drawn by a GPU is filtered.
+  const QSizeF upright = scene.rotationDeg % 180 == 0 ? target.size() : target.size().transposed();
+  const bool texelForTexel = scene.rotationDeg % 90 == 0 && upright == QSizeF(frame.width, frame.height);
+  const GLint filter = cpuRasterizer_ && texelForTexel ? GL_NEAREST : GL_LINEAR;
   const int planeCount = frame.format == VideoPixelFormat::NV12 ? 2 : 3;
   for (int i = 0; i < planeCount; ++i) {
     glActiveTexture(GL_TEXTURE0 + kPlaneUnitY + i);
     glBindTexture(GL_TEXTURE_2D, planes_[i].id);
+    SetFilter(planes_[i], filter);
   }
   DrawQuad(PictureTransform(target, scene.rotationDeg, scene.flip), framebufferSize);
   program.release();
@@ -164,8 +175,7 @@ void VideoGlDrawer::UploadPlane(Texture& texture, const uint8_t* data, int strid
   if (!texture.id) {
     glGenTextures(1, &texture.id);
     glBindTexture(GL_TEXTURE_2D, texture.id);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    SetFilter(texture, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
   }
@@ -195,6 +205,14 @@ void VideoGlDrawer::UploadPlane(Texture& texture, const uint8_t* data, int strid
   }
   glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+}
+
+// On the texture bound to the active unit.
+void VideoGlDrawer::SetFilter(Texture& texture, GLint filter) {
+  if (texture.filter == filter) return;
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+  texture.filter = filter;
 }
 
 void VideoGlDrawer::UploadOverlay(const QImage& overlay) {

@@ -43,6 +43,7 @@ class VideoGlDrawer : protected QOpenGLFunctions {
     GLuint id = 0;
     QSize size;
     GLenum internalFormat = 0;
+    GLint filter = 0;  // as last set on it
   };
 
   bool Link(QOpenGLShaderProgram& program, const QByteArray& vertex, const QByteArray& fragment);
@@ -51,10 +52,12 @@ class VideoGlDrawer : protected QOpenGLFunctions {
   void UploadPlane(Texture& texture, const uint8_t* data, int strideBytes, int width, int height,
                    int bytesPerPixel);
   void UploadOverlay(const QImage& overlay);
+  void SetFilter(Texture& texture, GLint filter);
   void DrawQuad(const QTransform& unitToFramebuffer, const QSize& framebufferSize);
 
   bool functionsReady_ = false;  // initializeOpenGLFunctions ran
   bool ready_ = false;           // shaders built, buffers made
+  bool cpuRasterizer_ = false;   // the context draws with the CPU (llvmpipe and kin)
   std::unique_ptr<QOpenGLShaderProgram> i420Program_;
   std::unique_ptr<QOpenGLShaderProgram> nv12Program_;
   std::unique_ptr<QOpenGLShaderProgram> overlayProgram_;
