@@ -9,6 +9,21 @@ void EnsureGStreamer() {
   std::call_once(once, [] { gst_init(nullptr, nullptr); });
 }
 
+void WarmUpGStreamer() {
+  EnsureGStreamer();
+  // One factory per plugin is enough: loading it loads the plugin's module.
+  static constexpr const char* kFactories[] = {
+      "filesrc", "parsebin", "typefind", "multiqueue", "qtdemux", "matroskademux",
+      "h264parse", "avdec_h264", "videoconvert", "appsink", "audioconvert"};
+  for (const char* name : kFactories) {
+    GstElementFactory* factory = gst_element_factory_find(name);
+    if (factory == nullptr) continue;
+    if (GstPluginFeature* loaded = gst_plugin_feature_load(GST_PLUGIN_FEATURE(factory)))
+      gst_object_unref(loaded);
+    gst_object_unref(factory);
+  }
+}
+
 ElementRef MakeElement(const char* factory, const char* name) {
   EnsureGStreamer();
   GstElement* element = gst_element_factory_make(factory, name);

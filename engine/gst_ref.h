@@ -76,6 +76,12 @@ using GCharHandle = CHandle<gchar, g_free>;
 // gst_init, once per process, from whichever thread comes first.
 void EnsureGStreamer();
 
+// EnsureGStreamer, then loads the plugins every local file goes through
+// (parsing, the common demuxers, the software decoders, the video branch),
+// so the first open does not wait for them. Blocking, safe from any thread;
+// the executable runs it on a thread of its own while the window comes up.
+void WarmUpGStreamer();
+
 // Creates an element by factory name, owning it (the floating reference is
 // sunk). Null when no such factory is installed.
 ElementRef MakeElement(const char* factory, const char* name = nullptr);
