@@ -126,7 +126,7 @@ void VideoGlDrawer::Draw(const VideoScene& scene, double scale, const QSize& fra
   // from the nearest sample, as on the QPainter path. Anything scaled or
   // drawn by a GPU is filtered.
   const QSizeF upright = scene.rotationDeg % 180 == 0 ? target.size() : target.size().transposed();
-  const bool texelForTexel = scene.rotationDeg % 90 == 0 && upright == QSizeF(frame.width, frame.height);
+  const bool texelForTexel = upright == QSizeF(frame.width, frame.height);
   const GLint filter = cpuRasterizer_ && texelForTexel ? GL_NEAREST : GL_LINEAR;
   const int planeCount = frame.format == VideoPixelFormat::NV12 ? 2 : 3;
   for (int i = 0; i < planeCount; ++i) {

@@ -87,7 +87,8 @@ FixedMatrix ToFixed(const YuvToRgbMatrix& toRgb) {
   fixed.luma = int(std::clamp(std::lround(toRgb.m[0][0] * 8192.0), 0L, 32767L));
   for (int c = 0; c < 3; ++c) {
     for (int k = 0; k < 2; ++k)
-      fixed.chroma[c][k] = int(std::clamp(std::lround(toRgb.m[c][k + 1] * 4096.0), -32768L, 32767L));
+      fixed.chroma[c][k] =
+          int(std::clamp(std::lround(toRgb.m[c][k + 1] * 4096.0), -32768L, 32767L));
     const double offset = std::clamp(toRgb.m[c][3] * 255.0 * 4096.0, -1e8, 1e8);
     fixed.offset[c] = int(std::lround(offset)) + (16 << 7);
   }
@@ -156,7 +157,8 @@ int ConvertRowSse2(const FixedMatrix& fixed, const RowPlanes& row, QRgb* out, in
         return _mm_srai_epi32(_mm_add_epi32(_mm_madd_epi16(pairs, uvWeights[c]), offsets[c]), 7);
       };
       const __m128i chroma = _mm_packs_epi32(term(uvLow), term(uvHigh));  // eight pairs
-      const __m128i low = _mm_srai_epi16(_mm_adds_epi16(lumaLow, _mm_unpacklo_epi16(chroma, chroma)), 5);
+      const __m128i low =
+          _mm_srai_epi16(_mm_adds_epi16(lumaLow, _mm_unpacklo_epi16(chroma, chroma)), 5);
       const __m128i high =
           _mm_srai_epi16(_mm_adds_epi16(lumaHigh, _mm_unpackhi_epi16(chroma, chroma)), 5);
       bytes[c] = _mm_packus_epi16(low, high);

@@ -61,9 +61,8 @@ ElementRef MakeBurstQueue(const BurstDepth& depth, const char* name) {
   auto* state = new BurstState;
   state->queue = queue.get();
   state->depth = depth;
-  gst_pad_add_probe(
-      source.get(), GST_PAD_PROBE_TYPE_BUFFER, &OnFrameLeaves, state,
-      [](gpointer data) { delete static_cast<BurstState*>(data); });
+  gst_pad_add_probe(source.get(), GST_PAD_PROBE_TYPE_BUFFER, &OnFrameLeaves, state,
+                    [](gpointer data) { delete static_cast<BurstState*>(data); });
   return queue;
 }
 

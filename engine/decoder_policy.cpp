@@ -337,14 +337,14 @@ std::string FindSoftwareDecoder(const GstCaps* caps) {
 int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int height,
                            double framesPerSecond) {
   if (configured != 0) return static_cast<int>(std::min<uint32_t>(configured, 64));
-  constexpr int64_t kOneThreadPixelsPerFrame = 1920 * 1088;
-  constexpr double kOneThreadFramesPerSecond = 30.5;  // 30000/1001 and 30 alike
+  constexpr int64_t kLightPixelsPerFrame = 1920 * 1088;
+  constexpr double kLightFramesPerSecond = 30.5;  // 30000/1001 and 30 alike
   const bool light =
       codec == VideoCodec::H264 || codec == VideoCodec::MPEG2 || codec == VideoCodec::VP8;
   const int64_t pixels = static_cast<int64_t>(width) * height;
   // An unknown rate (0) is taken as an ordinary one.
-  const bool small = width > 0 && height > 0 && pixels <= kOneThreadPixelsPerFrame &&
-                     framesPerSecond <= kOneThreadFramesPerSecond;
+  const bool small = width > 0 && height > 0 && pixels <= kLightPixelsPerFrame &&
+                     framesPerSecond <= kLightFramesPerSecond;
   return light && small ? 2 : 0;
 }
 

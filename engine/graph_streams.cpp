@@ -1,7 +1,7 @@
 // PlaybackGraph: linking the streams parsebin finds, on streaming threads.
 
-#include "engine/playback_graph.h"
 #include "engine/burst_queue.h"
+#include "engine/playback_graph.h"
 #include "engine/video_sink.h"
 #include "foundation/trace.h"
 

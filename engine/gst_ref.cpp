@@ -13,8 +13,8 @@ void WarmUpGStreamer() {
   EnsureGStreamer();
   // One factory per plugin is enough: loading it loads the plugin's module.
   static constexpr const char* kFactories[] = {
-      "filesrc", "parsebin", "typefind", "multiqueue", "qtdemux", "matroskademux",
-      "h264parse", "avdec_h264", "videoconvert", "appsink", "audioconvert"};
+      "filesrc",   "parsebin",   "typefind",     "multiqueue", "qtdemux",     "matroskademux",
+      "h264parse", "avdec_h264", "videoconvert", "appsink",    "audioconvert"};
   for (const char* name : kFactories) {
     GstElementFactory* factory = gst_element_factory_find(name);
     if (factory == nullptr) continue;

@@ -1,8 +1,8 @@
 // The hardware decoding policy with the decoders this machine really has,
 // and with the availability of others stated by a probe.
 
-#include "engine/burst_queue.h"
 #include "engine/decoder_policy.h"
+#include "engine/burst_queue.h"
 
 #include "engine/gst_ref.h"
 #include "foundation/setting_names.h"
