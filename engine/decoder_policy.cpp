@@ -345,7 +345,7 @@ int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int
   // An unknown rate (0) is taken as an ordinary one.
   const bool small = width > 0 && height > 0 && pixels <= kLightPixelsPerFrame &&
                      framesPerSecond <= kLightFramesPerSecond;
-  return light && small ? 2 : 0;
+  return light && small ? 1 : 0;
 }
 
 bool IsHardwareDecoderName(std::string_view name) {

@@ -87,12 +87,13 @@ VideoDecoderChoice ChooseVideoDecoder(int wanted, VideoCodec codec, int width, i
 std::string FindSoftwareDecoder(const GstCaps* caps);
 
 // Worker threads for a software video decoder: LAV_NumThreads when it is set
-// (not 0). Otherwise two for the light codecs (H.264, MPEG-2, VP8) up to
-// 1080p at 30 frames a second: one core decodes those several times faster
-// than they play, and a second keeps an exact seek, which decodes up to a
-// whole group of pictures at once, as quick as a thread per core would; more
-// threads only add wake-ups at 1x. 0 (the decoder's own choice, one per
-// core) for anything heavier.
+// (not 0). Otherwise one for the light codecs (H.264, MPEG-2, VP8) up to
+// 1080p at 30 frames a second, which one core decodes several times faster
+// than they play: every further thread only adds hand-overs and wake-ups
+// per frame. (An exact seek, which decodes its way from a keyframe, stays
+// quick on one thread because the frames nothing refers to are skipped on
+// the way; see lead_in_skip.h.) 0, the decoder's own choice of one per
+// core, for anything heavier.
 int SoftwareDecoderThreads(uint32_t configured, VideoCodec codec, int width, int height,
                            double framesPerSecond);
 

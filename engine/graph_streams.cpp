@@ -1,6 +1,7 @@
 // PlaybackGraph: linking the streams parsebin finds, on streaming threads.
 
 #include "engine/burst_queue.h"
+#include "engine/lead_in_skip.h"
 #include "engine/playback_graph.h"
 #include "engine/video_sink.h"
 #include "foundation/trace.h"
@@ -179,6 +180,7 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
     linked = gst_element_link(chain[i], chain[i + 1]);
   }
   PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
+  AddLeadInSkip(decoderSink.get(), caps);
   linked = linked && gst_pad_link(laneSource.get(), decoderSink.get()) == GST_PAD_LINK_OK;
   if (linked) {
     for (auto it = chain.rbegin(); it != chain.rend(); ++it)

@@ -140,12 +140,12 @@ TEST(DecoderPolicyTest, SoftwareDecodersOfThisMachine) {
 
 TEST(DecoderPolicyTest, SoftwareThreadsAndBurstDepth) {
   // The stored count always wins, bounded; auto gives light streams up to
-  // 1080p30 two threads and everything else the decoder's own choice.
+  // 1080p30 one thread and everything else the decoder's own choice.
   EXPECT_EQ(SoftwareDecoderThreads(3, VideoCodec::HEVC, 3840, 2160, 60), 3);
   EXPECT_EQ(SoftwareDecoderThreads(0xFFFFFFFFu, VideoCodec::H264, 1920, 1080, 30), 64);
-  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1920, 1080, 30000.0 / 1001), 2);
-  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::MPEG2, 720, 576, 25), 2);
-  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1280, 720, 0), 2);  // rate unknown
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1920, 1080, 30000.0 / 1001), 1);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::MPEG2, 720, 576, 25), 1);
+  EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1280, 720, 0), 1);  // rate unknown
   EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 1920, 1080, 60), 0);
   EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::H264, 2560, 1440, 30), 0);
   EXPECT_EQ(SoftwareDecoderThreads(0, VideoCodec::HEVC, 1280, 720, 30), 0);
