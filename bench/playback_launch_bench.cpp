@@ -111,10 +111,7 @@ double Median(std::vector<double> values) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-    std::printf("skipped: needs a display (bash packaging/run-headless.sh %s)\n", argv[0]);
-    return 0;
-  }
+  if (!DisplayAvailable(argv[0])) return 0;
   QCoreApplication app(argc, argv);
   const QStringList args = app.arguments();
   const QString clip =

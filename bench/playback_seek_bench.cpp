@@ -81,12 +81,7 @@ int main(int argc, char** argv) {
       return 0;
     }
   }
-  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-      (platform.isEmpty() || platform == "xcb")) {
-    std::printf("skipped: needs a display (bash packaging/run-headless.sh %s)\n", argv[0]);
-    return 0;
-  }
+  if (!DisplayAvailable(argv[0])) return 0;
   QApplication app(argc, argv);
   const QStringList args = app.arguments();
   const QString clip =

@@ -86,6 +86,16 @@ int ApplyDecoderThreads(const QStringList& args) {
   return threads;
 }
 
+bool DisplayAvailable(const char* program) {
+  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+      (platform.isEmpty() || platform == "xcb")) {
+    std::printf("skipped: needs a display (bash packaging/run-headless.sh %s)\n", program);
+    return false;
+  }
+  return true;
+}
+
 bool RunUntil(const std::function<bool()>& condition, int timeoutMs) {
   const double deadline = MonotonicSeconds() + timeoutMs / 1000.0;
   // The timer only bounds the wait; the conditions change with events (a

@@ -43,6 +43,11 @@ class PrivateHome {
   QTemporaryDir dir_;
 };
 
+// Whether a window can be shown: a display, or a Qt platform that needs
+// none. Otherwise prints the skip line that tells how to run `program` and
+// returns false; call it before the QApplication exists.
+bool DisplayAvailable(const char* program);
+
 // With "--decoder-threads N", stores LAV_NumThreads=N in the private home, so
 // the engine's video decoder runs on N threads (0: the decoder's choice).
 // Returns N, or -1 when the option is absent.

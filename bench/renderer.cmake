@@ -2,4 +2,4 @@
 # CPU conversion of the QPainter path, and a frame from PresentFrame to the
 # window. Needs a display (run under Xvfb: packaging/run-headless.sh).
 add_executable(bench_renderer ${CMAKE_CURRENT_LIST_DIR}/renderer_bench.cpp)
-target_link_libraries(bench_renderer PRIVATE zelvaro_ui)
+target_link_libraries(bench_renderer PRIVATE zelvaro_ui zelvaro_playback_bench_support)

@@ -5,6 +5,7 @@
 // it says so and exits 0.
 
 #include "app/video_gl_drawer.h"
+#include "bench/playback_support.h"
 #include "app/video_gl_surface.h"
 #include "app/video_renderer.h"
 #include "app/yuv_convert.h"
@@ -21,6 +22,7 @@
 #include <vector>
 
 using namespace zelvaro;
+using namespace zelvaro::bench;
 
 namespace {
 
@@ -131,12 +133,7 @@ void BenchWidget(bool painter, const QSize& windowSize) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-      (platform.isEmpty() || platform == "xcb")) {
-    std::printf("skipped: needs a display (bash packaging/run-headless.sh %s)\n", argv[0]);
-    return 0;
-  }
+  if (!DisplayAvailable(argv[0])) return 0;
   QApplication app(argc, argv);
   BenchCpuConversion();
   if (!OpenGlVideoAvailable()) {

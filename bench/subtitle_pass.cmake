@@ -3,4 +3,4 @@
 # OpenGL renderer would upload, and the QPainter path's overlay blend. Needs
 # a display (run under Xvfb: packaging/run-headless.sh).
 add_executable(bench_subtitle_pass ${CMAKE_CURRENT_LIST_DIR}/subtitle_pass_bench.cpp)
-target_link_libraries(bench_subtitle_pass PRIVATE zelvaro_ui)
+target_link_libraries(bench_subtitle_pass PRIVATE zelvaro_ui zelvaro_playback_bench_support)

@@ -14,6 +14,7 @@
 #include "app/video_gl_surface.h"
 #include "app/video_painter.h"
 #include "app/video_renderer.h"
+#include "bench/playback_support.h"
 #include "engine/graph_manager.h"
 #include "subtitles/subtitle_manager.h"
 
@@ -26,7 +27,6 @@
 #include <QTimer>
 #include <QWindow>
 
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -35,6 +35,7 @@
 #include <vector>
 
 using namespace zelvaro;
+using namespace zelvaro::bench;
 
 namespace {
 
@@ -48,32 +49,10 @@ double ClockSeconds(clockid_t clock) {
   return now.tv_sec + now.tv_nsec / 1e9;
 }
 
-double ProcessCpuSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  auto seconds = [](const timeval& time) { return time.tv_sec + time.tv_usec / 1e6; };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
-// Settings of a fresh user: the default subtitle style, nothing of the
-// person running the benchmark.
-class PrivateHome {
- public:
-  PrivateHome() {
-    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-      const QString folder = dir_.filePath(QString::fromLatin1(name).toLower());
-      QDir().mkpath(folder);
-      qputenv(name, QFile::encodeName(folder));
-    }
-  }
-  QString FilePath(const QString& name) const { return dir_.filePath(name); }
-
- private:
-  QTemporaryDir dir_;
-};
 
 QString WriteFile(const PrivateHome& home, const QString& name, const QByteArray& bytes) {
-  const QString path = home.FilePath(name);
+  const QString path = QDir(home.Root()).filePath(name);
   QFile file(path);
   if (file.open(QIODevice::WriteOnly)) file.write(bytes);
   return path;
@@ -289,12 +268,7 @@ void BenchPainterBlend(const PrivateHome& home) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-      (platform.isEmpty() || platform == "xcb")) {
-    std::printf("skipped: needs a display (bash packaging/run-headless.sh %s)\n", argv[0]);
-    return 0;
-  }
+  if (!DisplayAvailable(argv[0])) return 0;
   QApplication app(argc, argv);
   PrivateHome home;
   const QStringList args = app.arguments();
