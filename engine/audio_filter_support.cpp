@@ -7,11 +7,19 @@
 
 namespace zelvaro {
 
-void AddFloatPadTemplates(GstAudioFilterClass* klass) {
-  CapsRef caps = CapsRef::Adopt(gst_caps_from_string(
-      "audio/x-raw, format=(string)" GST_AUDIO_NE(F32) ", layout=(string)interleaved, "
-      "rate=(int)[1, MAX], channels=(int)[1, MAX]"));
+void InitInPlaceFloatFilterClass(GstAudioFilterClass* klass, const char* longName,
+                                 const char* description,
+                                 GstFlowReturn (*transformIp)(GstBaseTransform*, GstBuffer*),
+                                 gboolean (*setup)(GstAudioFilter*, const GstAudioInfo*)) {
+  gst_element_class_set_static_metadata(GST_ELEMENT_CLASS(klass), longName, "Filter/Effect/Audio",
+                                        description, "Zelvaro");
+  CapsRef caps = CapsRef::Adopt(gst_caps_from_string("audio/x-raw, format=(string)" GST_AUDIO_NE(
+      F32) ", layout=(string)interleaved, "
+           "rate=(int)[1, MAX], channels=(int)[1, MAX]"));
   gst_audio_filter_class_add_pad_templates(klass, caps.get());
+  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip = transformIp;
+  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip_on_passthrough = FALSE;
+  klass->setup = setup;
 }
 
 GstFlowReturn ProcessInPlace(GstAudioFilter* filter, GstBuffer* buffer,

@@ -14,8 +14,13 @@ namespace zelvaro {
 GType AudioSwitcherType();
 GType DrcType();
 
-// Interleaved 32-bit float in native order, any rate and channel count.
-void AddFloatPadTemplates(GstAudioFilterClass* klass);
+// The class set-up both filters share: metadata, pads for interleaved
+// 32-bit float in native order at any rate and channel count, and in-place
+// processing that does not run while the element passes buffers through.
+void InitInPlaceFloatFilterClass(GstAudioFilterClass* klass, const char* longName,
+                                 const char* description,
+                                 GstFlowReturn (*transformIp)(GstBaseTransform*, GstBuffer*),
+                                 gboolean (*setup)(GstAudioFilter*, const GstAudioInfo*));
 
 // Maps `buffer` for writing and hands its frames to `process`.
 GstFlowReturn ProcessInPlace(GstAudioFilter* filter, GstBuffer* buffer,

@@ -141,14 +141,9 @@ void zelvaro_audio_switcher_class_init(ZelvaroAudioSwitcherClass* klass) {
       objectClass, kPropBoost,
       g_param_spec_uint("boost", "Boost", "Extra gain in percent (100 doubles)", 0, 300, 0, flags));
 
-  GstElementClass* elementClass = GST_ELEMENT_CLASS(klass);
-  gst_element_class_set_static_metadata(
-      elementClass, "Zelvaro AudioSwitcher", "Filter/Effect/Audio",
-      "Loudness normalisation and boost without clipping", "Zelvaro");
-  zelvaro::AddFloatPadTemplates(GST_AUDIO_FILTER_CLASS(klass));
-  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip = SwitcherTransformIp;
-  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip_on_passthrough = FALSE;
-  GST_AUDIO_FILTER_CLASS(klass)->setup = SwitcherSetup;
+  zelvaro::InitInPlaceFloatFilterClass(GST_AUDIO_FILTER_CLASS(klass), "Zelvaro AudioSwitcher",
+                                       "Loudness normalisation and boost without clipping",
+                                       SwitcherTransformIp, SwitcherSetup);
 }
 
 }  // namespace

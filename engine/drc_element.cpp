@@ -114,13 +114,9 @@ void zelvaro_drc_class_init(ZelvaroDrcClass* klass) {
       g_param_spec_int("level", "Level", "How much compression: 0 none, 100 full (4:1)", 0, 100,
                        100, flags));
 
-  GstElementClass* elementClass = GST_ELEMENT_CLASS(klass);
-  gst_element_class_set_static_metadata(elementClass, "Zelvaro DRC", "Filter/Effect/Audio",
-                                        "Dynamic range compression above -20 dBFS", "Zelvaro");
-  zelvaro::AddFloatPadTemplates(GST_AUDIO_FILTER_CLASS(klass));
-  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip = DrcTransformIp;
-  GST_BASE_TRANSFORM_CLASS(klass)->transform_ip_on_passthrough = FALSE;
-  GST_AUDIO_FILTER_CLASS(klass)->setup = DrcSetup;
+  zelvaro::InitInPlaceFloatFilterClass(GST_AUDIO_FILTER_CLASS(klass), "Zelvaro DRC",
+                                       "Dynamic range compression above -20 dBFS", DrcTransformIp,
+                                       DrcSetup);
 }
 
 }  // namespace
