@@ -114,6 +114,11 @@ class MainWindow : public QWidget {
   void dropEvent(QDropEvent* event) override;
 
  private:
+  // How long a feedback line stays on the OSD, and one volume key's step;
+  // shared by the command, key and message handlers.
+  static constexpr int kOsdMs = 1000;
+  static constexpr double kVolumeKeyStep = 0.01;
+
   // main_window.cpp
   void ReadWindowSettings();
   void RestorePlacement();

@@ -10,9 +10,9 @@
 #include "app/window_globals.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
+#include "foundation/media_types.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
-#include "foundation/media_types.h"
 #include "foundation/trace.h"
 #include "library/favorites_database.h"
 #include "subtitles/subtitle_manager.h"
@@ -28,7 +28,6 @@ namespace zelvaro {
 namespace {
 
 constexpr int kShortOsdMs = 500;
-constexpr int kOsdMs = 1000;
 constexpr int kLongOsdMs = 1500;
 
 constexpr std::array<double, 12> kSpeedPresets = {0.25, 0.5, 0.75, 0.9, 1.0, 1.1,
@@ -38,7 +37,6 @@ constexpr std::array<double, 7> kFrameRateTargets = {23.976, 24.0, 25.0, 29.97, 
 constexpr double kMinSpeed = 0.1;
 constexpr double kMaxSpeed = 4.0;
 constexpr double kSpeedStep = 0.1;
-constexpr double kVolumeKeyStep = 0.01;
 constexpr double kSeekKeySeconds = 10.0;
 constexpr double kFallbackFrameRate = 30.0;
 constexpr int64_t kSubtitleDelayStepMs = 500;

@@ -22,9 +22,7 @@
 namespace zelvaro {
 namespace {
 
-constexpr int kOsdMs = 1000;
 constexpr int kFrameOsdMs = 500;
-constexpr double kVolumeKeyStep = 0.01;
 constexpr double kVolumeWheelStep = 0.05;
 // The fullscreen hover bands, at 96 DPI.
 constexpr int kTitleHoverBand = 62;

@@ -22,8 +22,6 @@
 namespace zelvaro {
 namespace {
 
-constexpr int kOsdMs = 1000;
-
 QStringList LocalFiles(const QMimeData* mime) {
   QStringList paths;
   if (mime == nullptr || !mime->hasUrls()) return paths;
