@@ -15,6 +15,8 @@ OsdOverlay* g_osdOverlay = nullptr;
 
 constexpr int kShadowAlpha = 180;
 constexpr int kShadowOffset = 2;
+// Room around the line's box for antialiasing and overhanging glyphs.
+constexpr int kMaskMargin = 4;
 
 }  // namespace
 
@@ -50,6 +52,13 @@ void OsdOverlay::Show(const QString& text, int durationMs) {
   visible_ = true;
   if (anchor_ == nullptr) return;
   FollowAnchor();
+  // Only the line's own box is painted: on the OpenGL path the renderer
+  // draws this widget over the picture and keeps that to the mask.
+  const QFont font = Font();
+  const QRectF line = QFontMetricsF(font).boundingRect(text_).translated(textX_, Baseline(font));
+  setMask(QRegion(line.united(line.translated(kShadowOffset, kShadowOffset))
+                      .toAlignedRect()
+                      .adjusted(-kMaskMargin, -kMaskMargin, kMaskMargin, kMaskMargin)));
   raise();
   show();
   update();
@@ -88,17 +97,26 @@ bool OsdOverlay::eventFilter(QObject* watched, QEvent* event) {
   return QWidget::eventFilter(watched, event);
 }
 
+QFont OsdOverlay::Font() const {
+  QFont font(LanguageManager::GetString(u"App.FontName"));
+  font.setBold(true);
+  font.setPixelSize(static_cast<int>(fontSize_));
+  return font;
+}
+
+// The text stands at a point, unwrapped; its top is at textY.
+qreal OsdOverlay::Baseline(const QFont& font) const {
+  return textY_ + QFontMetricsF(font).ascent();
+}
+
 void OsdOverlay::paintEvent(QPaintEvent*) {
   if (text_.isEmpty() || width() <= 0 || height() <= 0) return;
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setRenderHint(QPainter::TextAntialiasing);
-  QFont font(LanguageManager::GetString(u"App.FontName"));
-  font.setBold(true);
-  font.setPixelSize(static_cast<int>(fontSize_));
+  const QFont font = Font();
   painter.setFont(font);
-  // The text stands at a point, unwrapped; its top is at textY.
-  const qreal baseline = textY_ + QFontMetricsF(font).ascent();
+  const qreal baseline = Baseline(font);
   painter.setPen(QColor(0, 0, 0, static_cast<int>(opacity_ * kShadowAlpha)));
   painter.drawText(QPointF(textX_ + kShadowOffset, baseline + kShadowOffset), text_);
   painter.setPen(QColor(255, 255, 255, static_cast<int>(opacity_ * 255)));

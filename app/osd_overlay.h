@@ -3,12 +3,14 @@
 // position after a seek, the volume). White bold text with a shadow at the
 // top-left of the video; it holds, then fades out over 300 ms.
 //
-// A transparent child laid over the video widget, so it is composited above
-// the OpenGL picture, follows the video area when the window moves or
-// resizes, never takes the focus and lets every mouse event through to the
-// video beneath. One per process (ShowOsd reaches it); interface thread only.
+// A transparent child laid over the video widget (which draws it over an
+// OpenGL picture itself), masked to the line it shows. It follows the video
+// area when the window moves or resizes, never takes the focus and lets
+// every mouse event through to the video beneath. One per process (ShowOsd
+// reaches it); interface thread only.
 
 #include <QElapsedTimer>
+#include <QFont>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -43,6 +45,8 @@ class OsdOverlay : public QWidget {
 
  private:
   qint64 Now() const;
+  QFont Font() const;
+  qreal Baseline(const QFont& font) const;
   void FollowAnchor();
 
   QPointer<QWidget> anchor_;

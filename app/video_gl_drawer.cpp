@@ -82,19 +82,20 @@ bool VideoGlDrawer::Link(QOpenGLShaderProgram& program, const QByteArray& vertex
 void VideoGlDrawer::Release() {
   ready_ = false;
   uploadedFrame_.reset();
-  uploadedOverlayKey_ = 0;
   i420Program_.reset();
   nv12Program_.reset();
   overlayProgram_.reset();
   if (vertexBuffer_.isCreated()) vertexBuffer_.destroy();
   if (vertexArray_.isCreated()) vertexArray_.destroy();
   if (functionsReady_ && QOpenGLContext::currentContext()) {
-    for (Texture* texture : {&planes_[0], &planes_[1], &planes_[2], &overlayTexture_}) {
+    for (Texture* texture : {&planes_[0], &planes_[1], &planes_[2], &overlayLayer_.texture,
+                             &foregroundLayer_.texture}) {
       if (texture->id) glDeleteTextures(1, &texture->id);
     }
   }
   planes_ = {};
-  overlayTexture_ = {};
+  overlayLayer_ = {};
+  foregroundLayer_ = {};
 }
 
 void VideoGlDrawer::Draw(const VideoScene& scene, double scale, const QSize& framebufferSize) {
@@ -103,8 +104,20 @@ void VideoGlDrawer::Draw(const VideoScene& scene, double scale, const QSize& fra
   glClearColor(kVideoBackground.redF(), kVideoBackground.greenF(), kVideoBackground.blueF(), 1.0f);
   glClear(GL_COLOR_BUFFER_BIT);
   if (!scene.frame) uploadedFrame_.reset();  // no longer keeps the engine's buffer
-  if (!ready_ || !scene.frame || scene.pictureRect.isEmpty() || framebufferSize.isEmpty()) return;
+  if (!ready_ || framebufferSize.isEmpty()) return;
+  if (scene.frame && !scene.pictureRect.isEmpty()) DrawPicture(scene, scale, framebufferSize);
+  if (!scene.foreground.isNull() && !scene.foregroundRect.isEmpty()) {
+    const QRectF target(scene.foregroundRect.x() * scale, scene.foregroundRect.y() * scale,
+                        scene.foregroundRect.width() * scale,
+                        scene.foregroundRect.height() * scale);
+    DrawLayer(foregroundLayer_, scene.foreground, target, framebufferSize);
+  }
+  glActiveTexture(GL_TEXTURE0);
+  glBindTexture(GL_TEXTURE_2D, 0);
+}
 
+void VideoGlDrawer::DrawPicture(const VideoScene& scene, double scale,
+                                const QSize& framebufferSize) {
   const VideoFrame& frame = *scene.frame;
   if (scene.frame != uploadedFrame_) {
     UploadFrame(frame);
@@ -137,22 +150,24 @@ void VideoGlDrawer::Draw(const VideoScene& scene, double scale, const QSize& fra
   DrawQuad(PictureTransform(target, scene.rotationDeg, scene.flip), framebufferSize);
   program.release();
 
-  if (!scene.overlay.isNull()) {
-    glActiveTexture(GL_TEXTURE0);
-    if (scene.overlay.cacheKey() != uploadedOverlayKey_ || !overlayTexture_.id) {
-      UploadOverlay(scene.overlay);
-      uploadedOverlayKey_ = scene.overlay.cacheKey();
-    }
-    glBindTexture(GL_TEXTURE_2D, overlayTexture_.id);
-    glEnable(GL_BLEND);
-    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);  // premultiplied source-over
-    overlayProgram_->bind();
-    DrawQuad(PictureTransform(target, 0, false), framebufferSize);
-    overlayProgram_->release();
-    glDisable(GL_BLEND);
-  }
+  if (!scene.overlay.isNull()) DrawLayer(overlayLayer_, scene.overlay, target, framebufferSize);
+}
+
+void VideoGlDrawer::DrawLayer(Layer& layer, const QImage& picture, const QRectF& target,
+                              const QSize& framebufferSize) {
   glActiveTexture(GL_TEXTURE0);
-  glBindTexture(GL_TEXTURE_2D, 0);
+  if (picture.cacheKey() != layer.uploadedKey || !layer.texture.id) {
+    UploadPlane(layer.texture, picture.constBits(), int(picture.bytesPerLine()), picture.width(),
+                picture.height(), 4);
+    layer.uploadedKey = picture.cacheKey();
+  }
+  glBindTexture(GL_TEXTURE_2D, layer.texture.id);
+  glEnable(GL_BLEND);
+  glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);  // premultiplied source-over
+  overlayProgram_->bind();
+  DrawQuad(PictureTransform(target, 0, false), framebufferSize);
+  overlayProgram_->release();
+  glDisable(GL_BLEND);
 }
 
 void VideoGlDrawer::UploadFrame(const VideoFrame& frame) {
@@ -213,11 +228,6 @@ void VideoGlDrawer::SetFilter(Texture& texture, GLint filter) {
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
   texture.filter = filter;
-}
-
-void VideoGlDrawer::UploadOverlay(const QImage& overlay) {
-  UploadPlane(overlayTexture_, overlay.constBits(), int(overlay.bytesPerLine()), overlay.width(),
-              overlay.height(), 4);
 }
 
 void VideoGlDrawer::DrawQuad(const QTransform& unitToFramebuffer, const QSize& framebufferSize) {

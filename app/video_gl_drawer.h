@@ -46,12 +46,21 @@ class VideoGlDrawer : protected QOpenGLFunctions {
     GLint filter = 0;  // as last set on it
   };
 
+  // A premultiplied picture blended over what is drawn, with the texture it
+  // was last uploaded to.
+  struct Layer {
+    Texture texture;
+    qint64 uploadedKey = 0;  // QImage::cacheKey of the uploaded picture
+  };
+
   bool Link(QOpenGLShaderProgram& program, const QByteArray& vertex, const QByteArray& fragment);
   void UploadFrame(const VideoFrame& frame);
   // bytesPerPixel 1, 2 or 4 picks an R8, RG8 or RGBA8 texture.
   void UploadPlane(Texture& texture, const uint8_t* data, int strideBytes, int width, int height,
                    int bytesPerPixel);
-  void UploadOverlay(const QImage& overlay);
+  void DrawPicture(const VideoScene& scene, double scale, const QSize& framebufferSize);
+  void DrawLayer(Layer& layer, const QImage& picture, const QRectF& target,
+                 const QSize& framebufferSize);
   void SetFilter(Texture& texture, GLint filter);
   void DrawQuad(const QTransform& unitToFramebuffer, const QSize& framebufferSize);
 
@@ -64,11 +73,11 @@ class VideoGlDrawer : protected QOpenGLFunctions {
   QOpenGLVertexArrayObject vertexArray_;
   QOpenGLBuffer vertexBuffer_{QOpenGLBuffer::VertexBuffer};
   std::array<Texture, 3> planes_;
-  Texture overlayTexture_;
+  Layer overlayLayer_;               // the subtitle picture
+  Layer foregroundLayer_;            // widgets over the picture
   std::vector<uint8_t> packedRows_;  // for strides GL cannot express
 
   VideoFramePtr uploadedFrame_;  // held so its address cannot be reused by a new frame
-  qint64 uploadedOverlayKey_ = 0;
 };
 
 }  // namespace zelvaro

@@ -22,7 +22,7 @@ struct OpenGlProbe {
 
 OpenGlProbe ProbeOpenGl() {
   const QString platform = QGuiApplication::platformName();
-  // QOpenGLWidget crashes inside Qt on these.
+  // No native windows to draw into on these.
   if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal")) return {};
   QOpenGLContext context;
   if (!context.create()) return {};
@@ -105,10 +105,12 @@ bool ChooseOpenGlVideo() {
   return PreferOpenGl(probe.usable, probe.software, overrideChoice);
 }
 
-VideoGlSurface::VideoGlSurface(SceneSource sceneForPaint, QWidget* parent)
-    : QOpenGLWidget(parent), sceneForPaint_(std::move(sceneForPaint)) {
-  // Clicks and drags on the picture belong to the renderer and its owners.
-  setAttribute(Qt::WA_TransparentForMouseEvents);
+VideoGlSurface::VideoGlSurface(SceneSource sceneForPaint)
+    : sceneForPaint_(std::move(sceneForPaint)) {
+  // Clicks, drags and drops on the picture belong to the renderer and its
+  // owners, and the keyboard to the window around it.
+  setFlag(Qt::WindowTransparentForInput);
+  setFlag(Qt::WindowDoesNotAcceptFocus);
 }
 
 VideoGlSurface::~VideoGlSurface() {
@@ -119,8 +121,8 @@ VideoGlSurface::~VideoGlSurface() {
 }
 
 void VideoGlSurface::initializeGL() {
-  // A new context (first show, or the widget moved to another window) has
-  // none of the old textures: the drawer starts again from nothing.
+  // A new context has none of the old textures: the drawer starts again
+  // from nothing.
   connect(context(), &QOpenGLContext::aboutToBeDestroyed, this, &VideoGlSurface::ReleaseGl,
           Qt::UniqueConnection);
   if (!drawer_.Initialize()) {
@@ -130,7 +132,7 @@ void VideoGlSurface::initializeGL() {
 }
 
 void VideoGlSurface::paintGL() {
-  const double scale = devicePixelRatioF();
+  const double scale = devicePixelRatio();
   const QSize framebufferSize(qRound(width() * scale), qRound(height() * scale));
   drawer_.Draw(sceneForPaint_(size()), scale, framebufferSize);
 }

@@ -1,12 +1,21 @@
 #pragma once
-// The OpenGL face of VideoRenderer: a QOpenGLWidget child that fills it and
-// draws the scene its owner decides, through VideoGlDrawer. Interface thread
-// only. Owned by the VideoRenderer it is a child of.
+// The OpenGL face of VideoRenderer: a native OpenGL window, embedded in the
+// renderer by a window container, that draws the scene its owner decides
+// through VideoGlDrawer. Interface thread only.
+//
+// A window of its own rather than a QOpenGLWidget: the widget draws into a
+// framebuffer that the toolkit then composes into the top-level window, a
+// second pass over every pixel of every frame. On a software rasteriser that
+// pass cost as much as the picture (bench_playback_window: 36 CPU s for 20 s
+// of 1080p against 15 s drawn straight into a window). The price is that no
+// widget can paint over this window: the renderer draws its own child
+// widgets into the scene instead, and the window takes no input or focus, so
+// clicks, wheel turns, drops and keys reach the widgets beneath as before.
 
 #include "app/video_gl_drawer.h"
 #include "app/video_scene.h"
 
-#include <QOpenGLWidget>
+#include <QOpenGLWindow>
 #include <QStringView>
 
 #include <functional>
@@ -37,14 +46,14 @@ bool IsSoftwareRasterizer(QStringView glRenderer);
 // CPU anyway, at several times the cost of the QPainter path.
 bool PreferOpenGl(bool openGlUsable, bool softwareRasterizer, OpenGlOverride overrideChoice);
 
-class VideoGlSurface : public QOpenGLWidget {
+class VideoGlSurface : public QOpenGLWindow {
   Q_OBJECT
  public:
   // `sceneForPaint` is asked, at each paint, what to show in an area of the
   // given logical size.
   using SceneSource = std::function<VideoScene(const QSize& areaSize)>;
 
-  VideoGlSurface(SceneSource sceneForPaint, QWidget* parent);
+  explicit VideoGlSurface(SceneSource sceneForPaint);
   ~VideoGlSurface() override;
 
   // Draws `scene` into an offscreen image of `size` pixels; null when OpenGL
@@ -53,7 +62,7 @@ class VideoGlSurface : public QOpenGLWidget {
 
  signals:
   // The context came up but cannot run the shaders. Emitted from
-  // initializeGL; connect it queued, since the owner replaces this widget.
+  // initializeGL; connect it queued, since the owner replaces this window.
   void Unusable();
 
  protected:

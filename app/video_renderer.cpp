@@ -6,6 +6,7 @@
 #include "foundation/trace.h"
 
 #include <QBackingStore>
+#include <QChildEvent>
 #include <QCoreApplication>
 #include <QPaintEvent>
 #include <QPainter>
@@ -14,6 +15,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 namespace zelvaro {
 namespace {
@@ -28,9 +30,17 @@ VideoRenderer::VideoRenderer(QWidget* parent) : QWidget(parent) {
   setAttribute(Qt::WA_OpaquePaintEvent);
   announceFirstFrame_ = qEnvironmentVariable("ZELVARO_BENCH_FIRST_FRAME") == QLatin1String("1");
   if (ChooseOpenGlVideo()) {
+    // The picture's window is then a child of this widget's own, so that
+    // nothing (a winId() asked later, for one) can come between the two.
+    setAttribute(Qt::WA_DontCreateNativeAncestors);
+    setAttribute(Qt::WA_NativeWindow);
     glSurface_ =
-        new VideoGlSurface([this](const QSize& areaSize) { return SceneForPaint(areaSize); }, this);
-    glSurface_->setGeometry(rect());
+        new VideoGlSurface([this](const QSize& areaSize) { return SceneForPaint(areaSize); });
+    // The container owns the window from here on.
+    glContainer_ = QWidget::createWindowContainer(glSurface_, this);
+    glContainer_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    glContainer_->setFocusPolicy(Qt::NoFocus);
+    glContainer_->setGeometry(rect());
     connect(glSurface_, &VideoGlSurface::Unusable, this, &VideoRenderer::SwitchToPainter,
             Qt::QueuedConnection);
     path_ = Path::OpenGl;
@@ -39,8 +49,10 @@ VideoRenderer::VideoRenderer(QWidget* parent) : QWidget(parent) {
 }
 
 VideoRenderer::~VideoRenderer() {
-  // The surface asks this object for its scene; it must go while this is whole.
-  delete glSurface_;
+  // The surface asks this object for its scene; it must go while this is
+  // whole, and unknown to it, since its going is news to childEvent.
+  glSurface_ = nullptr;
+  delete std::exchange(glContainer_, nullptr);
 }
 
 void VideoRenderer::PresentFrame(VideoFramePtr frame) {
@@ -129,6 +141,7 @@ QImage VideoRenderer::DisplayedImage() {
   if (size.isEmpty()) return {};
   VideoScene scene = shownScene_;
   scene.pictureRect = QRect(QPoint(0, 0), size);
+  scene.foreground = QImage();
   if (glSurface_) {
     QImage image = glSurface_->RenderToImage(scene, size);
     if (!image.isNull()) return image;
@@ -146,7 +159,12 @@ void VideoRenderer::SetSubtitleOverlaySource(SubtitleOverlaySource* source) {
 }
 
 void VideoRenderer::paintEvent(QPaintEvent* event) {
-  if (glSurface_) return;  // the surface covers the whole widget
+  if (glSurface_) {
+    // The surface covers the whole widget; a repaint asked of the widget is
+    // one of the picture.
+    glSurface_->update();
+    return;
+  }
   QPainter painter(this);
   DirectPaintTarget direct;
   // Widgets paint into their window's backing store; where that is an image
@@ -161,7 +179,70 @@ void VideoRenderer::paintEvent(QPaintEvent* event) {
 }
 
 void VideoRenderer::resizeEvent(QResizeEvent* event) {
-  if (glSurface_) glSurface_->setGeometry(QRect(QPoint(0, 0), event->size()));
+  if (glContainer_) glContainer_->setGeometry(QRect(QPoint(0, 0), event->size()));
+}
+
+void VideoRenderer::childEvent(QChildEvent* event) {
+  QWidget::childEvent(event);
+  if (event->added() && event->child()->isWidgetType()) {
+    event->child()->installEventFilter(this);
+  } else if (event->removed()) {
+    ChildLayerChanged();
+  }
+}
+
+bool VideoRenderer::eventFilter(QObject* watched, QEvent* event) {
+  if (glSurface_ && watched != glContainer_ && !composingChildren_) {
+    switch (event->type()) {
+      case QEvent::Paint:
+      case QEvent::Show:
+      case QEvent::Hide:
+      case QEvent::Move:
+      case QEvent::Resize:
+        ChildLayerChanged();
+        break;
+      default:
+        break;
+    }
+  }
+  return QWidget::eventFilter(watched, event);
+}
+
+void VideoRenderer::ChildLayerChanged() {
+  if (!glSurface_) return;
+  childLayerStale_ = true;
+  RequestRepaint();
+}
+
+void VideoRenderer::ComposeChildLayer() {
+  childLayerStale_ = false;
+  childLayer_ = QImage();
+  childLayerRect_ = QRect();
+  const QList<QWidget*> children = findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+  QRect bounds;
+  for (QWidget* child : children) {
+    if (child == glContainer_ || child->isHidden()) continue;
+    // A mask says where a child can paint at all, often a small part of it.
+    const QRect painted = child->mask().isEmpty() ? child->rect() : child->mask().boundingRect();
+    bounds |= painted.translated(child->pos()) & rect();
+  }
+  if (bounds.isEmpty()) return;
+  const double scale = devicePixelRatioF();
+  QImage layer((QSizeF(bounds.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+  if (layer.isNull()) return;
+  layer.setDevicePixelRatio(scale);
+  layer.fill(Qt::transparent);
+  {
+    QPainter painter(&layer);
+    composingChildren_ = true;
+    for (QWidget* child : children) {
+      if (child == glContainer_ || child->isHidden()) continue;
+      child->render(&painter, child->pos() - bounds.topLeft(), QRegion(), QWidget::DrawChildren);
+    }
+    composingChildren_ = false;
+  }
+  childLayer_ = std::move(layer);
+  childLayerRect_ = bounds;
 }
 
 VideoScene VideoRenderer::SceneForPaint(const QSize& areaSize) {
@@ -181,6 +262,11 @@ VideoScene VideoRenderer::SceneForPaint(const QSize& areaSize) {
   if (announceFirstFrame_ && shownFrame_) AnnounceFirstFrameForBenchmark();
   VideoScene scene;
   scene.frame = shownFrame_;
+  if (glSurface_) {
+    if (childLayerStale_) ComposeChildLayer();
+    scene.foreground = childLayer_;
+    scene.foregroundRect = childLayerRect_;
+  }
   if (!shownFrame_) {
     shownScene_ = {};
     return scene;
@@ -211,7 +297,7 @@ VideoRenderer::FrameCounters VideoRenderer::Counters() const {
 void VideoRenderer::AnnounceFirstFrameForBenchmark() {
   announceFirstFrame_ = false;
   // Queued, so the time is taken once this paint has reached the window
-  // system (the backing store flush, or the OpenGL composition).
+  // system (the backing store flush, or the OpenGL buffer swap).
   QTimer::singleShot(0, this, [] {
     // CLOCK_MONOTONIC is shared by every process, so the launcher subtracts
     // its own start time from this one.
@@ -233,10 +319,12 @@ void VideoRenderer::RequestRepaint() {
 }
 
 void VideoRenderer::SwitchToPainter() {
-  if (!glSurface_) return;
-  glSurface_->hide();
-  glSurface_->deleteLater();
+  if (!glContainer_) return;
+  glContainer_->hide();
+  glContainer_->deleteLater();
+  glContainer_ = nullptr;
   glSurface_ = nullptr;
+  childLayer_ = QImage();
   path_ = Path::Painter;
   update();
 }

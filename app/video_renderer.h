@@ -29,6 +29,12 @@
 // degrees), 0 being neutral. Every change repaints at once, so a paused
 // picture follows the controls.
 //
+// Children. On the QPainter path child widgets (the OSD line) paint over the
+// picture as anywhere else. On the OpenGL path the picture is a native window
+// no widget can paint over, so the renderer draws its visible children into
+// the scene, above the picture, each within its mask when it has one, and
+// draws them again whenever one paints, shows, hides, moves or resizes.
+//
 // Path. OpenGL when a hardware OpenGL runs the shaders; on a software
 // rasteriser (llvmpipe, softpipe, swrast), or on a machine without any GPU
 // device, the QPainter path, which costs a fraction of the CPU there
@@ -98,11 +104,15 @@ class VideoRenderer : public QWidget, public VideoOutput {
  protected:
   void paintEvent(QPaintEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void childEvent(QChildEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   VideoScene SceneForPaint(const QSize& areaSize);
   void RequestRepaint();
   void SwitchToPainter();
+  void ChildLayerChanged();
+  void ComposeChildLayer();
 
   void AnnounceFirstFrameForBenchmark();
 
@@ -115,7 +125,12 @@ class VideoRenderer : public QWidget, public VideoOutput {
 
   // Interface thread only.
   Path path_ = Path::Painter;
-  VideoGlSurface* glSurface_ = nullptr;  // child; null on the painter path
+  QWidget* glContainer_ = nullptr;       // child holding glSurface_; null on the painter path
+  VideoGlSurface* glSurface_ = nullptr;  // owned by glContainer_
+  QImage childLayer_;                    // the children as drawn over the picture
+  QRect childLayerRect_;
+  bool childLayerStale_ = true;
+  bool composingChildren_ = false;  // their paints are for the layer, not news
   VideoPainter painter_;
   VideoFramePtr shownFrame_;
   VideoScene shownScene_;  // what the last paint showed, for the read-back

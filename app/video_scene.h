@@ -20,6 +20,11 @@ struct VideoScene {
   // Premultiplied ARGB32 stretched over pictureRect, upright whatever the
   // rotation (subtitles read the right way up); null for none.
   QImage overlay;
+  // Premultiplied ARGB32 drawn over everything, unscaled, at foregroundRect
+  // (logical pixels of the area): widgets shown over the picture. Null for
+  // none; never part of a read-back.
+  QImage foreground;
+  QRect foregroundRect;
 };
 
 }  // namespace zelvaro

@@ -5,13 +5,19 @@
 // counts only once it reached the window.
 
 #include "app/video_renderer.h"
+#include "app/osd_overlay.h"
 #include "app/palette.h"
 #include "app/subtitle_overlay_source.h"
 #include "app/video_gl_surface.h"
 
 #include <QBackingStore>
+#include <QLineEdit>
 #include <QScreen>
+#include <QVBoxLayout>
 #include <QtTest>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
 
 #include <array>
 #include <atomic>
@@ -248,6 +254,31 @@ QColor OverHalfWhite(const QColor& below) {
   return QColor(over(below.red()), over(below.green()), over(below.blue()));
 }
 
+bool HasWhiteIn(const QImage& image, const QRect& area) {
+  for (int y = area.top(); y <= area.bottom(); ++y) {
+    for (int x = area.left(); x <= area.right(); ++x) {
+      if (Near(image.pixelColor(x, y), Qt::white, 25)) return true;
+    }
+  }
+  return false;
+}
+
+// Counts the mouse presses and wheel turns that reach a widget. A press soon
+// after one at the same place (the row before) arrives as a double-click.
+class InputCounter : public QObject {
+ public:
+  int presses = 0;
+  int wheels = 0;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonDblClick)
+      ++presses;
+    if (event->type() == QEvent::Wheel) ++wheels;
+    return QObject::eventFilter(watched, event);
+  }
+};
+
 }  // namespace
 
 Q_DECLARE_METATYPE(VideoPixelFormat)
@@ -282,6 +313,10 @@ class VideoRendererTest : public QObject {
   void refusesUnknownSettings();
   void countsPresentedPaintedAndReplacedFrames_data() { AddPathRows(); }
   void countsPresentedPaintedAndReplacedFrames();
+  void drawsItsChildWidgetsOverThePicture_data() { AddPathRows(); }
+  void drawsItsChildWidgetsOverThePicture();
+  void letsInputThroughToTheWidgetsBeneath_data() { AddPathRows(); }
+  void letsInputThroughToTheWidgetsBeneath();
   void prefersOpenGlOnlyInHardware();
   void followsTheOpenGlOverride();
   void convertsEveryWidthLikeTheFormula_data();
@@ -679,6 +714,83 @@ void VideoRendererTest::countsPresentedPaintedAndReplacedFrames() {
   // Malformed frames are refused, not counted.
   renderer->PresentFrame(nullptr);
   QCOMPARE(renderer->Counters().presented, uint64_t{4});
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::drawsItsChildWidgetsOverThePicture() {
+  // The OSD line is a child widget; on the OpenGL path no widget paints over
+  // the picture's window, so the renderer has to draw it into the scene and
+  // follow its every change.
+  auto renderer = ShowRenderer({480, 270});
+  QVERIFY(renderer);
+  OsdOverlay osd(renderer.get());
+  qint64 nowMs = 1000;
+  osd.SetClockForTesting([&] { return nowMs; });
+  renderer->PresentFrame(QuadrantFrame({.size = {320, 180}}));
+  const Probes elsewhere = {{{360, 200}, kQuadrants[kBottomRight]}};
+  VERIFY_SHOWN(*renderer, elsewhere);
+
+  const QRect lineArea(15, 10, 200, 36);
+  ShowOsd(QStringLiteral("HHHHHHHH"), 60'000);
+  QTRY_VERIFY_WITH_TIMEOUT(HasWhiteIn(GrabScreen(*renderer), lineArea), kWaitMs);
+  VERIFY_SHOWN(*renderer, elsewhere);
+  // A shorter line repaints the widget without showing or moving it.
+  ShowOsd(QStringLiteral("H"), 60'000);
+  VERIFY_SHOWN(*renderer, Probes{{{160, 28}, kQuadrants[kTopLeft]}} + elsewhere);
+  QVERIFY(HasWhiteIn(GrabScreen(*renderer), lineArea));
+  // Past the hold and the fade the line is gone, and so is its last picture.
+  nowMs += 61'000;
+  osd.OsdTick();
+  QVERIFY(osd.isHidden());
+  QTRY_VERIFY_WITH_TIMEOUT(!HasWhiteIn(GrabScreen(*renderer), lineArea), kWaitMs);
+  VERIFY_SHOWN(*renderer, elsewhere);
+  // A read-back is the picture alone, never what lies over it.
+  ShowOsd(QStringLiteral("HHHHHHHH"), 60'000);
+  QTRY_VERIFY_WITH_TIMEOUT(HasWhiteIn(GrabScreen(*renderer), lineArea), kWaitMs);
+  const QImage shown = renderer->DisplayedImage();
+  QVERIFY(!HasWhiteIn(shown, QRect(0, 0, shown.width() / 2, shown.height() / 4)));
+  VerifyPath(*renderer);
+}
+
+void VideoRendererTest::letsInputThroughToTheWidgetsBeneath() {
+  // Real pointer events from the X server: the picture's own window, on the
+  // OpenGL path, must neither swallow clicks and wheel turns meant for the
+  // widgets (dragging, double-click, the context menu) nor take the keyboard.
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (x11 == nullptr) QSKIP("needs an X11 display");
+  int eventBase = 0, errorBase = 0, major = 0, minor = 0;
+  if (!XTestQueryExtension(x11->display(), &eventBase, &errorBase, &major, &minor))
+    QSKIP("the X server has no XTEST extension");
+  QFETCH(bool, painter);
+  qputenv("ZELVARO_NO_OPENGL", painter ? "1" : "0");
+  QWidget host;
+  auto* layout = new QVBoxLayout(&host);
+  auto* edit = new QLineEdit(&host);
+  auto* renderer = new VideoRenderer(&host);
+  renderer->setMinimumSize(320, 180);
+  layout->addWidget(edit);
+  layout->addWidget(renderer);
+  InputCounter counter;
+  renderer->installEventFilter(&counter);
+  host.show();
+  QVERIFY(QTest::qWaitForWindowExposed(&host));
+  QApplication::setActiveWindow(&host);
+  edit->setFocus();
+  QTRY_VERIFY(edit->hasFocus());
+  renderer->PresentFrame(QuadrantFrame({}));
+  VERIFY_SHOWN(*renderer, QuadrantProbes(QRect(QPoint(0, 0), renderer->size()), kQuadrants));
+
+  const QPoint centre = renderer->mapToGlobal(renderer->rect().center());
+  Display* display = x11->display();
+  XTestFakeMotionEvent(display, -1, centre.x(), centre.y(), CurrentTime);
+  for (unsigned button : {1u, 4u}) {  // a click, then a turn of the wheel
+    XTestFakeButtonEvent(display, button, True, CurrentTime);
+    XTestFakeButtonEvent(display, button, False, CurrentTime);
+  }
+  XFlush(display);
+  QTRY_VERIFY_WITH_TIMEOUT(counter.presses >= 1 && counter.wheels >= 1, kWaitMs);
+  QVERIFY(edit->hasFocus());
+  QCOMPARE(QGuiApplication::focusWindow(), host.windowHandle());
   VerifyPath(*renderer);
 }
 
