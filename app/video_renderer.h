@@ -2,7 +2,8 @@
 // VideoRenderer: the widget that shows the engine's frames, behind the
 // engine's VideoOutput interface. It owns the newest frame, the picture
 // geometry and the named settings, and shows them with OpenGL (a
-// VideoGlSurface child: planar YUV converted in a fragment shader) or, when
+// VideoGlSurface, a native window embedded over the whole widget: planar
+// YUV converted in a fragment shader) or, when
 // OpenGL is missing or cannot run the shaders, with QPainter after a CPU
 // conversion by the same matrix. Both paths draw the same VideoScene.
 //
