@@ -114,6 +114,9 @@ class MainWindow : public QWidget {
   void dropEvent(QDropEvent* event) override;
 
  private:
+  // The path of list item `index`, made the list's current item; empty for
+  // no list, an index outside it or an item without a file.
+  QString SelectListItem(int index);
   // How long a feedback line stays on the OSD, and one volume key's step;
   // shared by the command, key and message handlers.
   static constexpr int kOsdMs = 1000;

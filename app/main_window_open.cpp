@@ -262,25 +262,25 @@ void MainWindow::PlayPrevious() {
   }
 }
 
-void MainWindow::PlayIndex(int index) {
-  if (!playlist_) return;
+QString MainWindow::SelectListItem(int index) {
+  if (!playlist_) return {};
   const std::vector<PlaylistItem>& items = playlist_->Items();
-  if (index < 0 || index >= static_cast<int>(items.size())) return;
+  if (index < 0 || index >= static_cast<int>(items.size())) return {};
   const QString path = items[static_cast<size_t>(index)].file_path;
-  if (path.isEmpty()) return;
-  playlist_->SetCurrentByPath(path);
-  if (OpenFile(path)) return;
+  if (!path.isEmpty()) playlist_->SetCurrentByPath(path);
+  return path;
+}
+
+void MainWindow::PlayIndex(int index) {
+  const QString path = SelectListItem(index);
+  if (path.isEmpty() || OpenFile(path)) return;
   // Walk on from a file that fails, but an exhausted list does not stop.
   WalkToNextPlayable();
 }
 
 void MainWindow::PlayIndexAt(int index, double startSeconds) {
-  if (!playlist_) return;
-  const std::vector<PlaylistItem>& items = playlist_->Items();
-  if (index < 0 || index >= static_cast<int>(items.size())) return;
-  const QString path = items[static_cast<size_t>(index)].file_path;
+  const QString path = SelectListItem(index);
   if (path.isEmpty()) return;
-  playlist_->SetCurrentByPath(path);
   if (OpenFile(path) && startSeconds > 0 && graph_) graph_->Seek(startSeconds, true, 0);
 }
 
