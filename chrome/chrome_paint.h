@@ -1,0 +1,50 @@
+#pragma once
+// What every painted chrome window draws with: the interface font at a
+// designed cell height, and the skin's icons, loaded once per window and
+// tinted at draw time from a small cache, so nothing in a paint touches the
+// file system. Interface thread only.
+
+#include <QColor>
+#include <QFont>
+#include <QHash>
+#include <QImage>
+#include <QPixmap>
+#include <QString>
+#include <QStringList>
+
+class QPainter;
+class QRect;
+
+namespace zelvaro::chrome {
+
+// The face named by "App.FontName" at weight 400, sized so that a line
+// (ascent plus descent) is `cellHeight` pixels, as the design's font heights
+// mean. `averageWidth`, when above 0, narrows or widens the face so that
+// its average character is that wide.
+QFont DesignFont(int cellHeight, int averageWidth = 0);
+
+// The folder of the skin's icons, ending in '/'.
+QString IconDir();
+
+class IconSet {
+ public:
+  // Loads `names` ("play.png", ...) from IconDir(), with their "@2x"
+  // variants where present. A missing file is a null icon that draws nothing.
+  explicit IconSet(const QStringList& names);
+
+  bool Has(const QString& name) const;
+  // Draws `name` scaled to `target` (square), its channels multiplied by
+  // `tint`; an invalid tint draws it as it is.
+  void Draw(QPainter& painter, const QString& name, const QRect& target,
+            const QColor& tint = QColor()) const;
+
+ private:
+  struct Source {
+    QImage normal;
+    QImage doubled;
+  };
+  QHash<QString, Source> sources_;
+  mutable QHash<QString, QPixmap> drawn_;  // name, tint and device size
+};
+
+}  // namespace zelvaro::chrome

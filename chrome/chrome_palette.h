@@ -1,0 +1,76 @@
+#pragma once
+// The colours of the painted chrome (toolbar, seek bar, preview popup, title
+// bar, tooltip), in one place so a theme changes them here and nowhere else.
+// Written as 0xRRGGBB, the way the chrome's design gives them.
+
+#include <QColor>
+
+#include <cstdint>
+
+namespace zelvaro::chrome {
+
+constexpr QColor Rgb(uint32_t rrggbb) {
+  return QColor(static_cast<int>((rrggbb >> 16) & 0xFF), static_cast<int>((rrggbb >> 8) & 0xFF),
+                static_cast<int>(rrggbb & 0xFF));
+}
+
+// Toolbar.
+inline constexpr QColor kToolbarBackground = Rgb(0x181818);
+inline constexpr QColor kRowSeparator = Rgb(0x000000);
+inline constexpr QColor kTimeText = Rgb(0xC8C8C8);
+inline constexpr QColor kChipBackground = Rgb(0x323232);
+inline constexpr QColor kChipSpeedNormal = Rgb(0x969696);
+inline constexpr QColor kChipSpeedChanged = Rgb(0x64B4FF);
+inline constexpr QColor kChipHardware = Rgb(0xDCB432);
+inline constexpr QColor kChipSoftware = Rgb(0x969696);
+inline constexpr QColor kChipVideo = Rgb(0xB4B4B4);
+inline constexpr QColor kChipAudio = Rgb(0x64B4FF);
+inline constexpr QColor kChipChannels = Rgb(0xB4B4B4);
+inline constexpr QColor kVolumeTrack = Rgb(0x323232);
+inline constexpr QColor kVolumeLevelLow = Rgb(0xA0A0A0);   // up to 50
+inline constexpr QColor kVolumeLevelHigh = Rgb(0xFF6496);  // above 50
+inline constexpr QColor kVolumeCentreTick = Rgb(0x646464);
+inline constexpr QColor kVolumeThumb = Rgb(0xE6E6E6);
+
+// Icon tints of the toolbar's buttons (channels multiplied by the tint).
+inline constexpr QColor kTintNormal = Rgb(0xC8C8C8);
+inline constexpr QColor kTintHovered = Rgb(0xFFFFFF);
+inline constexpr QColor kTintPressed = Rgb(0x969696);
+inline constexpr QColor kTintSubtitleOnHovered = Rgb(0xFFE664);
+inline constexpr QColor kTintSubtitleOnNormal = Rgb(0xE6C800);
+// The speaker: red kept, green and blue at 100/255 when muted; 200/255 each otherwise.
+inline constexpr QColor kTintSpeakerMuted = Rgb(0xFF6464);
+inline constexpr QColor kTintSpeaker = Rgb(0xC8C8C8);
+
+// Seek bar.
+inline constexpr QColor kSeekTrack = Rgb(0x3C3C3C);
+inline constexpr QColor kSeekPlayed = Rgb(0x00A2E8);
+inline constexpr QColor kSeekABRange = Rgb(0x8787FF);
+inline constexpr QColor kSeekMarkA = Rgb(0x64DC64);
+inline constexpr QColor kSeekMarkB = Rgb(0xDC6464);
+inline constexpr QColor kSeekThumb = Rgb(0xFFFFFF);
+
+// Preview popup above the seek bar.
+inline constexpr QColor kPopupBackground = Rgb(0x1E1E1E);
+inline constexpr QColor kPopupFrame = Rgb(0x505050);
+inline constexpr QColor kPopupText = Rgb(0xFFFFFF);
+
+// Title bar.
+inline constexpr QColor kTitleBackground = Rgb(0x181818);
+inline constexpr QColor kTitleText = Rgb(0xC8C8C8);
+inline constexpr QColor kTitleMediaText = Rgb(0xFFFFFF);
+inline constexpr QColor kTitleButtonHoverFill = Rgb(0xA1EF9B);
+inline constexpr QColor kTitleButtonPressedFill = Rgb(0x7EBC79);
+inline constexpr QColor kTitleCloseHoverFill = Rgb(0xDC5050);
+inline constexpr QColor kTitleClosePressedFill = Rgb(0xC83C3C);
+inline constexpr QColor kTitleTintNormal = Rgb(0x747474);
+inline constexpr QColor kTitleTintOverFill = Rgb(0x141414);
+inline constexpr QColor kTitleTintCloseOverFill = Rgb(0xFFFFFF);
+inline constexpr QColor kTitlePinOnTint = Rgb(0xFFC864);
+
+// Tooltip.
+inline constexpr QColor kTooltipBackground = Rgb(0xFFF299);
+inline constexpr QColor kTooltipFrame = Rgb(0x000000);
+inline constexpr QColor kTooltipText = Rgb(0x000000);
+
+}  // namespace zelvaro::chrome
