@@ -36,6 +36,16 @@ QString IconDir() {
   return ResourceDir() + QStringLiteral("skins/default/Icons/");
 }
 
+QIcon ApplicationIcon() {
+  QIcon icon;
+  const QString dir = IconDir();
+  for (const int side : {16, 32, 48, 64, 128, 256}) {
+    const QString path = dir + QStringLiteral("zelvaro_%1.png").arg(side);
+    if (QFileInfo::exists(path)) icon.addFile(path, QSize(side, side));
+  }
+  return icon;
+}
+
 IconSet::IconSet(const QStringList& names) {
   const QString dir = IconDir();
   for (const QString& name : names) {

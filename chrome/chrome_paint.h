@@ -7,6 +7,7 @@
 #include <QColor>
 #include <QFont>
 #include <QHash>
+#include <QIcon>
 #include <QImage>
 #include <QPixmap>
 #include <QString>
@@ -25,6 +26,10 @@ QFont DesignFont(int cellHeight, int averageWidth = 0);
 
 // The folder of the skin's icons, ending in '/'.
 QString IconDir();
+
+// The program's own icon for its windows, at every size the skin has; empty
+// when the skin is missing. Returned by value.
+QIcon ApplicationIcon();
 
 class IconSet {
  public:
