@@ -220,6 +220,12 @@ class TitleBarWindowTest : public QObject {
     QCOMPARE(f.host.fullscreenToggles, 1);
   }
 
+  void applicationIconComesFromTheRenderedSkin() {
+    const QIcon icon = ApplicationIcon();
+    QCOMPARE(icon.availableSizes().size(), 6);
+    QCOMPARE(icon.pixmap(48).toImage().pixelColor(24, 24).alpha(), 255);
+  }
+
  private:
   test::TempHome home_;
 };
