@@ -18,7 +18,7 @@ TEST(PopupPlacementTest, TooltipStaysInsideTheWorkArea) {
       {{100, 100}, {80, 24}, 1.0f, {100, 118}},     // below and right of the cursor
       {{1900, 100}, {80, 24}, 1.0f, {1816, 118}},   // flips left, 4 px gap
       {{100, 1030}, {80, 24}, 1.0f, {100, 1002}},   // flips above
-      {{1900, 1030}, {80, 24}, 2.0f, {1812, 982}},  // both, gaps scaled
+      {{1900, 1030}, {80, 24}, 2.0f, {1812, 998}},  // both, gaps scaled
       {{100, 100}, {4000, 24}, 1.0f, {0, 118}},     // longer than the screen: clamped left
   };
   for (const Case& c : cases) {
