@@ -242,6 +242,13 @@ void ToolbarWindow::leaveEvent(QEvent*) {
   HidePreview();
 }
 
+void ToolbarWindow::hideEvent(QHideEvent*) {
+  // The tip and the popup are windows of their own and would stay behind a
+  // bar that full screen hides.
+  tooltip_->Hide();
+  HidePreview();
+}
+
 void ToolbarWindow::ActivateButton(int index) {
   if (index == kButtonSubtitle) {
     const QPoint corner = mapToGlobal(geometry_.ButtonRects[index].topLeft());
