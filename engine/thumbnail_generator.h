@@ -15,9 +15,14 @@
 // caller asks GetFrame again. The cache worker shares only the cache (under
 // a mutex) and its stop flag.
 //
+// Construct the generator on the interface thread: its frame-ready calls
+// land there. A thread still decoding at Close is given 200 ms, then left to
+// finish on its own; it owns what it touches, so neither Close nor the
+// destructor ever waits longer.
+//
 // Ownership: returned images are values (implicitly shared QImage); the
-// generator borrows the GraphManager only to read its keyframe table, under
-// the graph's lock, during Open.
+// generator borrows the GraphManager only to read its keyframe table (and
+// its duration), under the graph's lock, during Open.
 
 #include <QImage>
 #include <QString>
@@ -40,8 +45,10 @@ class ThumbnailGenerator {
   ThumbnailGenerator(const ThumbnailGenerator&) = delete;
   ThumbnailGenerator& operator=(const ThumbnailGenerator&) = delete;
 
-  // Close, then prepares previews of `path`; true when they can be had.
-  // Keyframe mode when `graph` has keyframes.
+  // Close, then prepares previews of `path`, a local file; false for a
+  // network address or a path that is not a readable file. Nothing is
+  // decoded here: keyframe mode (when `graph` has keyframes) starts its
+  // preview thread, which prerolls at once so the first request is quick.
   bool Open(const QString& path, GraphManager* graph);
   // Stops the workers (waiting at most 200 ms, then leaving them to end on
   // their own), drops the cache and pending requests.
@@ -49,8 +56,15 @@ class ThumbnailGenerator {
   // Cache mode: starts the 100-frame worker; false when it cannot run.
   bool StartWorker();
 
+  // True from a successful Open while previews can be asked for: in
+  // keyframe mode once the duration is known (the graph's, or the preview
+  // pipeline's); false again once a thread finds the file has no decodable
+  // picture (no video, damaged), so a bad file never shows a preview.
   bool ready() const;
   bool keyframeMode() const;
+  // Cache mode: the worker is decoding; false before StartWorker and once
+  // it has ended (all frames tried, stopped, or the file unusable).
+  bool workerRunning() const;
 
   // The picture for `fraction` (clamped to 0..1) if it is at hand now, with
   // the size to show it at (160 × 90 in keyframe mode, the stored size in
