@@ -5,6 +5,9 @@
 #include "engine/thumbnail_pipeline.h"
 #include "foundation/trace.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <QFileInfo>
 #include <QObject>
 
@@ -27,6 +30,13 @@ constexpr size_t kRecentKeyframes = 32;
 // The table's times are truncated to 100 ns and the pipeline's are not: a
 // key-unit seek a little past the keyframe still snaps back onto it.
 constexpr int64_t kSeekPastKeyframe100ns = 100'000;  // 10 ms
+// Previews are background work: on a busy machine the interface thread, and
+// playback, come first. The streaming threads the pipeline starts inherit it.
+constexpr int kPreviewNiceness = 5;
+
+void LowerThisThreadsPriority() {
+  setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kPreviewNiceness);
+}
 
 struct ThumbnailFrame {
   double fraction = 0.0;
@@ -111,6 +121,7 @@ void WaitOrDetach(ThumbnailSession& session, std::thread& thread, bool Thumbnail
 }
 
 void RunPreviewThread(std::shared_ptr<ThumbnailSession> session) {
+  LowerThisThreadsPriority();
   PreviewPipeline pipeline;
   if (!pipeline.Start(session->path, session->stop)) {
     session->failed = true;
@@ -148,6 +159,7 @@ void RunPreviewThread(std::shared_ptr<ThumbnailSession> session) {
 }
 
 void RunCacheWorker(std::shared_ptr<ThumbnailSession> session) {
+  LowerThisThreadsPriority();
   PreviewPipeline pipeline;
   const bool started = pipeline.Start(session->path, session->stop);
   const int64_t duration = pipeline.Duration100ns();

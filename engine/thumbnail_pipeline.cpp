@@ -25,8 +25,8 @@ constexpr GstClockTime kPollSlice = 20 * GST_MSECOND;
 // Catmull-Rom: a bicubic whose taps widen with the shrink factor, so a
 // 1080p picture shrunk twelvefold keeps its detail without aliasing.
 constexpr int kScaleMethodCatmullRom = 8;
-// One decoding thread: frame threads would hold each picture back by a
-// frame per thread, and a preview is a single picture.
+// One decoding thread: a preview is a single picture, which frame threads
+// would only hold back.
 constexpr int kDecoderThreads = 1;
 // Pictures before the first keyframe after a seek cannot decode cleanly;
 // this many are dropped at most, for streams that flag every picture delta.
@@ -85,6 +85,10 @@ struct PreviewPipeline::Links {
   std::atomic<bool> streamsKnown{false};
   std::atomic<bool> awaitingKeyframe{true};
   std::atomic<int> droppedDeltaUnits{0};
+  std::atomic<bool> endSent{false};
+  // Cleared for good when a stream's first picture after a seek turns out
+  // not to decode alone (a keyframe its parser could not tell apart).
+  std::atomic<bool> onePicture{true};
 
   void LinkVideo(GstPad* pad) {
     CapsRef caps = CapsRef::Adopt(gst_pad_get_current_caps(pad));
@@ -120,25 +124,35 @@ struct PreviewPipeline::Links {
     videoLinked = true;
   }
 
-  // Drops what comes before the first keyframe after a flush: a demuxer
-  // without an index may land in the middle of a group of pictures.
-  static GstPadProbeReturn OnDecoderInput(GstPad*, GstPadProbeInfo* info, gpointer data) {
+  // Feeds the decoder one picture per seek: what comes before the first
+  // keyframe cannot decode cleanly (a demuxer without an index may land in
+  // the middle of a group of pictures), and what follows it is not needed:
+  // the end of the stream right after the keyframe makes the decoder hand
+  // it over at once instead of holding it back for reordering.
+  static GstPadProbeReturn OnDecoderInput(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
     auto* links = static_cast<Links*>(data);
     if ((info->type & GST_PAD_PROBE_TYPE_EVENT_FLUSH) != 0) {
       if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_FLUSH_STOP) {
         links->droppedDeltaUnits = 0;
         links->awaitingKeyframe = true;
+        links->endSent = false;
       }
       return GST_PAD_PROBE_OK;
     }
-    if (!links->awaitingKeyframe) return GST_PAD_PROBE_OK;
-    GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
-    if (GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT) &&
-        links->droppedDeltaUnits.fetch_add(1) < kMaxLeadingDeltaUnits) {
-      return GST_PAD_PROBE_DROP;
+    if (links->awaitingKeyframe) {
+      GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+      if (GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT) &&
+          links->droppedDeltaUnits.fetch_add(1) < kMaxLeadingDeltaUnits) {
+        return GST_PAD_PROBE_DROP;
+      }
+      links->awaitingKeyframe = false;
+      return GST_PAD_PROBE_OK;
     }
-    links->awaitingKeyframe = false;
-    return GST_PAD_PROBE_OK;
+    if (!links->onePicture) return GST_PAD_PROBE_OK;
+    // Once the pad is at its end, the demuxer's next push returns EOS and it
+    // pauses until the next flushing seek.
+    if (!links->endSent.exchange(true)) gst_pad_send_event(pad, gst_event_new_eos());
+    return GST_PAD_PROBE_DROP;
   }
 
   // The preview size follows the decoded picture's displayed aspect, known
@@ -257,6 +271,18 @@ bool PreviewPipeline::BusHasError() {
 QImage PreviewPipeline::FrameAt(int64_t time100ns, const std::atomic<bool>& stop,
                                 int64_t* frameTime100ns) {
   if (!pipeline_) return {};
+  QImage image = SeekAndPull(time100ns, stop, frameTime100ns);
+  if (image.isNull() && links_->onePicture && !stop) {
+    links_->onePicture = false;
+    image = SeekAndPull(time100ns, stop, frameTime100ns);
+    // Nothing there either way: the one-picture feed was not to blame.
+    if (image.isNull()) links_->onePicture = true;
+  }
+  return image;
+}
+
+QImage PreviewPipeline::SeekAndPull(int64_t time100ns, const std::atomic<bool>& stop,
+                                    int64_t* frameTime100ns) {
   const auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_KEY_UNIT |
                                                GST_SEEK_FLAG_SNAP_BEFORE);
   if (!gst_element_seek_simple(pipeline_.get(), GST_FORMAT_TIME, flags,

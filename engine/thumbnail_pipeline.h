@@ -46,6 +46,7 @@ class PreviewPipeline {
   struct Links;
   bool WaitForPreroll(const std::atomic<bool>& stop);
   bool BusHasError();
+  QImage SeekAndPull(int64_t time100ns, const std::atomic<bool>& stop, int64_t* frameTime100ns);
 
   ElementRef pipeline_;
   ElementRef appSink_;
