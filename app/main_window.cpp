@@ -9,7 +9,11 @@
 #include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "app/window_placement.h"
+#include "chrome/chrome_paint.h"
+#include "chrome/title_bar_window.h"
+#include "chrome/toolbar_window.h"
 #include "engine/graph_manager.h"
+#include "engine/thumbnail_generator.h"
 #include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
@@ -23,6 +27,8 @@
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
+
+#include <algorithm>
 
 namespace zelvaro {
 
@@ -38,6 +44,8 @@ namespace {
 
 // Lengths at 96 DPI, scaled where used.
 constexpr int kBorderWidth = 3;
+constexpr int kTitleBarHeight = chrome::TitleBarWindow::kDesignHeight;
+constexpr int kToolbarHeight = chrome::ToolbarWindow::kDesignHeight;
 constexpr int kResizeBand = 6;
 constexpr QSize kDefaultSize{1200, 816};
 constexpr QSize kMinimumSize{200, 100};
@@ -92,6 +100,7 @@ MainWindow::MainWindow()
       albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }) {
   setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
   setWindowTitle(QStringLiteral("Zelvaro"));
+  setWindowIcon(chrome::ApplicationIcon());
   setAttribute(Qt::WA_OpaquePaintEvent);
   setAcceptDrops(true);
   setMouseTracking(true);
@@ -103,6 +112,9 @@ MainWindow::~MainWindow() {
   // A lyrics request still running is left to finish on its own.
   lyricsHook_.Cancel();
   albumArtHook_.Cancel();
+  // The toolbar outlives the generator by a moment: it must not ask it.
+  if (toolbar_) toolbar_->SetPreview(false, nullptr);
+  thumbnailGenerator_.reset();
   if (graph_) {
     if (videoWindow_) DisconnectSubtitleOverlay(*videoWindow_);
     graph_->Close();
@@ -133,7 +145,9 @@ bool MainWindow::Create() {
   if (screens.empty()) return false;
   setGeometry(CenteredRect(kDefaultSize, screens.front()));
 
+  titleBar_ = new chrome::TitleBarWindow(this, this);
   videoWindow_ = new VideoRenderer(this);
+  toolbar_ = new chrome::ToolbarWindow(this, this);
 
   // A store that does not open means a player without persistence.
   PlaylistDatabase::Instance().Open();
@@ -144,6 +158,13 @@ bool MainWindow::Create() {
   graph_->SetGraphEventSink([this](long eventCode) { OnGraphEvent(eventCode); });
   ConnectSubtitleOverlay(*graph_, *videoWindow_);
   ApplyStoredVolume();
+  {
+    chrome::ToolbarState state = toolbar_->State();
+    state.Volume = std::clamp(static_cast<int>(graph_->Volume() * 100.0f + 0.5f), 0, 100);
+    state.Muted = graph_->Muted();
+    state.SubtitleEnabled = Settings::GetDwordOr(setting::kSubtitleEnabled, 1) != 0;
+    toolbar_->Apply(state);
+  }
 
   playlistView_ = std::make_unique<HiddenPlaylistView>();
   playlist_ = std::make_unique<PlaylistModel>();
@@ -151,6 +172,8 @@ bool MainWindow::Create() {
   playlist_->RestoreFromDatabase();
 
   thumbnailPreview_ = SeekbarThumbnailPreview;
+  thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
+  toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
   osdOverlay_ = new OsdOverlay(videoWindow_);
 
   connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });
@@ -177,21 +200,60 @@ void MainWindow::RestorePlacement() {
 void MainWindow::LayoutChildren() {
   const int w = width();
   const int h = height();
+  const int t = Scaled(kTitleBarHeight);
+  const int n = Scaled(kToolbarHeight);
   if (fullscreen_) {
+    // The bars are the picture's children here, drawn over it on either
+    // renderer path; the hover timer shows and hides them.
     if (videoWindow_) {
       videoWindow_->setGeometry(0, 0, w, h);
       videoWindow_->lower();
     }
-  } else if (videoWindow_) {
-    // The title bar and toolbar take their bands when they exist.
+    if (titleBar_) {
+      titleBar_->setGeometry(0, 0, w, t);
+      titleBar_->setVisible(showTitleBar_);
+      if (showTitleBar_) titleBar_->raise();
+    }
+    if (toolbar_) {
+      toolbar_->setGeometry(0, h - n, w, n);
+      toolbar_->setVisible(showToolbar_);
+      if (showToolbar_) toolbar_->raise();
+    }
+  } else {
     const int b = Scaled(kBorderWidth);
-    videoWindow_->setGeometry(b, b, w - 2 * b, h - 2 * b);
+    if (titleBar_) {
+      titleBar_->setGeometry(b, b, w - 2 * b, t);
+      titleBar_->show();
+    }
+    if (videoWindow_) videoWindow_->setGeometry(b, b + t, w - 2 * b, h - 2 * b - n - t);
+    if (toolbar_) {
+      toolbar_->setGeometry(b, h - b - n, w - 2 * b, n);
+      toolbar_->show();
+    }
   }
   update();
 }
 
+void MainWindow::DockBars(bool overPicture) {
+  QWidget* parent = overPicture && videoWindow_ ? static_cast<QWidget*>(videoWindow_) : this;
+  for (QWidget* bar : {static_cast<QWidget*>(titleBar_), static_cast<QWidget*>(toolbar_)}) {
+    if (bar == nullptr || bar->parentWidget() == parent) continue;
+    bar->hide();
+    bar->setParent(parent);
+  }
+  if (titleBar_) titleBar_->SetFullscreen(overPicture);
+  if (toolbar_) {
+    chrome::ToolbarState state = toolbar_->State();
+    state.Fullscreen = overPicture;
+    toolbar_->Apply(state);
+    toolbar_->HidePreview();
+  }
+}
+
 void MainWindow::resizeEvent(QResizeEvent*) {
   if (!fullscreen_ && !(windowState() & Qt::WindowMaximized)) normalGeometry_ = geometry();
+  // The maximise button shows the window's state.
+  if (titleBar_) titleBar_->update();
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
   if (fullscreen_ || width() < 1 || height() < 1) return;
@@ -333,6 +395,10 @@ void MainWindow::EnterFullscreen() {
   fullscreen_ = true;
   showTitleBar_ = false;
   showToolbar_ = false;
+  DockBars(true);
+  // The whole monitor of the window, not its work area; said outright as
+  // well, for a desktop without a window manager to honour the state.
+  if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
   showFullScreen();
   fullscreenBarsTimer_.start(kFullscreenBarsPeriodMs);
   LayoutChildren();
@@ -345,6 +411,7 @@ void MainWindow::LeaveFullscreen() {
   fullscreen_ = false;
   showTitleBar_ = true;
   showToolbar_ = true;
+  DockBars(false);
   if (maximizedBeforeFullscreen_) {
     showMaximized();
   } else {

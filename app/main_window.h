@@ -22,6 +22,7 @@
 #include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
 #include "app/messages.h"
+#include "chrome/chrome_host.h"
 #include "library/recent_files.h"
 
 #include <QImage>
@@ -40,9 +41,14 @@ class GraphManager;
 class OsdOverlay;
 class PlaylistModel;
 class PlaylistView;
+class ThumbnailGenerator;
 class VideoRenderer;
+namespace chrome {
+class TitleBarWindow;
+class ToolbarWindow;
+}  // namespace chrome
 
-class MainWindow : public QWidget {
+class MainWindow : public QWidget, private chrome::ChromeHost {
   Q_OBJECT
  public:
   MainWindow();
@@ -62,7 +68,7 @@ class MainWindow : public QWidget {
   void PlayIndex(int index);
   void PlayIndexAt(int index, double startSeconds);
 
-  void ToggleFullscreen();
+  void ToggleFullscreen() override;
   void LayoutChildren();
 
   // The single command dispatcher (commands.h, favorite_menu_ids.h).
@@ -89,6 +95,9 @@ class MainWindow : public QWidget {
 
   GraphManager* graph() const { return graph_.get(); }
   VideoRenderer* videoWindow() const { return videoWindow_; }
+  chrome::TitleBarWindow* titleBar() const { return titleBar_; }
+  chrome::ToolbarWindow* toolbar() const { return toolbar_; }
+  ThumbnailGenerator* thumbnailGenerator() const { return thumbnailGenerator_.get(); }
   PlaylistModel* playlist() const { return playlist_.get(); }
   const std::vector<QString>& recentFiles() const { return recentFiles_.Entries(); }
   FavoriteRun& favoriteRun() { return favoriteRun_; }
@@ -133,6 +142,13 @@ class MainWindow : public QWidget {
   void EnterFullscreen();
   void LeaveFullscreen();
   Qt::Edges ResizeEdgesAt(const QPoint& position) const;
+  // The bars sit in the window's frame, or over the picture in fullscreen.
+  void DockBars(bool overPicture);
+
+  // ChromeHost: what the bars report.
+  qintptr SendPlayerMessage(int message, qintptr wParam, qintptr lParam) override;
+  void SendCommand(int id) override;
+  void ShowContextMenuAt(QPoint globalPos) override;
 
   // main_window_open.cpp
   void OnGraphEvent(long eventCode);
@@ -150,6 +166,7 @@ class MainWindow : public QWidget {
   void UpdateTitleBarName();
 
   // main_window_commands.cpp
+  void RunCommand(int id);
   // The stored volume and mute reach the engine at start.
   void ApplyStoredVolume();
   void OpenRecent(int index);
@@ -186,9 +203,25 @@ class MainWindow : public QWidget {
   void OnTimer(int id);
   void UpdateFullscreenBars();
 
+  // main_window_chrome.cpp
+  // The toolbar's playback fields from the engine: position, duration,
+  // progress (left alone while the thumb is dragged), play state, volume,
+  // mute, speed and the A-B marks. Repaints only what changed.
+  void SyncToolbar();
+  // The fields an open sets once: decoder texts, video, live, subtitles.
+  void SetToolbarMedia(bool live);
+  // The subtitle button's two flags.
+  void SetToolbarSubtitles(bool present, bool enabled);
+  // Previews of the file just opened, when the setting and a video allow.
+  void OpenThumbnails(const QString& path);
+
   std::unique_ptr<GraphManager> graph_;
-  VideoRenderer* videoWindow_ = nullptr;  // a child: Qt deletes it with the window
-  OsdOverlay* osdOverlay_ = nullptr;      // a child of the video window
+  // Children: Qt deletes them with the window.
+  chrome::TitleBarWindow* titleBar_ = nullptr;
+  VideoRenderer* videoWindow_ = nullptr;
+  chrome::ToolbarWindow* toolbar_ = nullptr;
+  std::unique_ptr<ThumbnailGenerator> thumbnailGenerator_;
+  OsdOverlay* osdOverlay_ = nullptr;  // a child of the video window
 
   // The playlist: its model now, its window when the panel exists.
   std::unique_ptr<PlaylistView> playlistView_;

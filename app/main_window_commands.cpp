@@ -8,6 +8,8 @@
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/window_globals.h"
+#include "chrome/title_bar_window.h"
+#include "chrome/toolbar_window.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
 #include "foundation/media_types.h"
@@ -61,6 +63,13 @@ bool InRange(int id, int first, int last) {
 }  // namespace
 
 void MainWindow::OnCommand(int id) {
+  RunCommand(id);
+  // Whatever the command changed (volume, mute, speed, marks, play state,
+  // subtitles) shows on the toolbar at once, not at the next tick.
+  SyncToolbar();
+}
+
+void MainWindow::RunCommand(int id) {
   if (InRange(id, ID_SPEED_PRESET_FIRST, ID_SPEED_PRESET_LAST)) {
     SetSpeedPreset(kSpeedPresets[static_cast<size_t>(id - ID_SPEED_PRESET_FIRST)]);
     return;
@@ -311,6 +320,7 @@ void MainWindow::OnCommand(int id) {
 void MainWindow::DisableSubtitles() {
   if (graph_ && graph_->Subtitles()) graph_->Subtitles()->SetEnabled(false);
   Settings::SetDword(setting::kSubtitleEnabled, 0);
+  if (toolbar_) toolbar_->SetSubtitleEnabled(false);
   if (graph_) graph_->RedrawVideo();
   ShowOsd(LanguageManager::GetString(u"OSD.SubtitleDisable"), kOsdMs);
 }
@@ -327,6 +337,7 @@ void MainWindow::OpenSubtitleFile() {
   if (!loaded) return;
   graph_->Subtitles()->SetEnabled(true);
   Settings::SetDword(setting::kSubtitleEnabled, 1);
+  SetToolbarSubtitles(true, true);
   graph_->RedrawVideo();
   ShowOsd(LanguageManager::GetString(u"OSD.SubtitleEnable"), kOsdMs);
 }
@@ -462,7 +473,8 @@ void MainWindow::ClearMarks() {
 }
 
 void MainWindow::UpdateMarks() {
-  // The seek bar and the control panel show the marks once they join the window.
+  // The control panel shows the marks too once it joins the window.
+  SyncToolbar();
 }
 
 bool MainWindow::ContinueFromMarkA() {
@@ -555,6 +567,7 @@ void MainWindow::ShowOptions() {
 
 void MainWindow::ApplySettings() {
   thumbnailPreview_ = SeekbarThumbnailPreview;
+  if (toolbar_) toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
   if (graph_) {
     const bool normalize = Settings::GetDwordOr(setting::kAudioNormalize, 0) != 0;
     const bool recover = Settings::GetDwordOr(setting::kAudioNormalizeRecover, 1) != 0;
@@ -568,7 +581,9 @@ void MainWindow::ApplySettings() {
 
 void MainWindow::ToggleMaximize() {
   if (fullscreen_) return;
-  if (windowState() & Qt::WindowMaximized) {
+  if (titleBar_) {
+    titleBar_->ToggleMaximize();
+  } else if (windowState() & Qt::WindowMaximized) {
     showNormal();
   } else {
     showMaximized();
@@ -579,7 +594,11 @@ void MainWindow::Escape() {
   if (fullscreen_) {
     LeaveFullscreen();  // without the OSD line of the fullscreen key
   } else if (windowState() & Qt::WindowMaximized) {
-    showNormal();
+    if (titleBar_) {
+      titleBar_->Restore();
+    } else {
+      showNormal();
+    }
   } else {
     showMinimized();
   }

@@ -31,7 +31,11 @@ constexpr int kToolbarHoverBand = 110;
 }  // namespace
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
-  if (!OnKeyDown(event->key(), event->modifiers())) QWidget::keyPressEvent(event);
+  if (OnKeyDown(event->key(), event->modifiers())) {
+    SyncToolbar();
+  } else {
+    QWidget::keyPressEvent(event);
+  }
 }
 
 bool MainWindow::OnKeyDown(int key, Qt::KeyboardModifiers modifiers) {
@@ -90,14 +94,16 @@ void MainWindow::OnMouseWheel(int delta) {
   const double step = delta >= 1 ? kVolumeWheelStep : -kVolumeWheelStep;
   const double volume = std::clamp(static_cast<double>(graph_->Volume()) + step, 0.0, 1.0);
   graph_->SetVolume(static_cast<float>(volume));
+  SyncToolbar();
   ShowOsd(VolumeOsdText(graph_->Volume()), kOsdMs);
 }
 
 void MainWindow::OnTimer(int id) {
   switch (id) {
     case 1001:
-      // Position and lyric line reach the toolbar and the lyrics panel once
-      // they join the window; the loop closes here, within a tick and 0.05 s.
+      // The lyric line reaches the lyrics panel once it joins the window;
+      // the loop closes here, within a tick and 0.05 s.
+      SyncToolbar();
       if (graph_) graph_->CheckABRepeat();
       break;
     case 1005:
@@ -122,8 +128,12 @@ void MainWindow::UpdateFullscreenBars() {
   if (monitor == nullptr) return;
   const QRect area = monitor->geometry();
   const int y = QCursor::pos().y();
-  showTitleBar_ = y - area.top() < Scaled(kTitleHoverBand);
-  showToolbar_ = area.bottom() + 1 - y < Scaled(kToolbarHoverBand);
+  const bool showTitleBar = y - area.top() < Scaled(kTitleHoverBand);
+  const bool showToolbar = area.bottom() + 1 - y < Scaled(kToolbarHoverBand);
+  if (showTitleBar == showTitleBar_ && showToolbar == showToolbar_) return;
+  showTitleBar_ = showTitleBar;
+  showToolbar_ = showToolbar;
+  LayoutChildren();
 }
 
 }  // namespace zelvaro

@@ -66,6 +66,7 @@ bool MainWindow::OpenFile(const QString& givenPath) {
   if (!graph_->VideoConnected()) albumArtHook_.Start(path);
 
   graph_->Play();
+  SyncToolbar();
 
   const QString name = FileNameOfPath(path);
   setWindowTitle(name);
@@ -73,11 +74,13 @@ bool MainWindow::OpenFile(const QString& givenPath) {
   ShowOsd(name, kNameOsdMs);
   recentFiles_.Record(path);
 
+  SetToolbarMedia(false);
   if (playlist_) {
     playlist_->UpdateMetadata(givenPath, graph_->GetDuration(),
                               CodecText(graph_->GetDecoderInfo()));
   }
   LoadLyricsForMedia(path);
+  OpenThumbnails(path);
   return true;
 }
 
@@ -99,6 +102,7 @@ bool MainWindow::OpenUrl(const QString& url) {
     graph_->Play();
     recentFiles_.Record(url);
     UpdateTitleBarName();
+    SetToolbarMedia(graph_->IsUrlInput());
     // The title is the whole address; a URL gets no OSD name, no lyrics and
     // no album art.
     setWindowTitle(url);
@@ -163,6 +167,7 @@ void MainWindow::PlayPause() {
         graph_->Play();
       }
     }
+    SyncToolbar();
     ShowOsd(LanguageManager::GetString(graph_->State() == 2 ? u"OSD.Play" : u"OSD.Pause"),
             kPlayStateOsdMs);
     return;
@@ -181,6 +186,7 @@ void MainWindow::Stop() {
   // The graph stays built: the next Play starts the same input from the top.
   graph_->Stop();
   graph_->RedrawVideo();
+  SyncToolbar();
 }
 
 void MainWindow::OnGraphEvent(long eventCode) {
@@ -317,10 +323,6 @@ void MainWindow::ClearAlbumArt() {
 
 void MainWindow::ToggleLyricsPanel() {
   // No lyrics panel in this window: nothing to show or hide.
-}
-
-void MainWindow::UpdateTitleBarName() {
-  // No title bar in this window: the window title carries the name.
 }
 
 }  // namespace zelvaro
