@@ -13,7 +13,7 @@ namespace {
 // QString::number always writes a point; printf's %f follows LC_NUMERIC,
 // which main() takes from the user's locale.
 QString OneDecimal(double value, QStringView unit) {
-  return QString::number(value, 'f', 1) + u' ' + unit;
+  return QString::number(value, 'f', 1) + u' ' + unit.toString();
 }
 
 }  // namespace

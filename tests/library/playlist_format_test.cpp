@@ -5,8 +5,8 @@
 
 #include <clocale>
 #include <cmath>
-#include <string>
 #include <limits>
+#include <string>
 
 namespace zelvaro {
 namespace {
