@@ -4,6 +4,7 @@
 #include "app/key_map.h"
 #include "app/main_window.h"
 #include "foundation/language_manager.h"
+#include "foundation/shell_paths.h"
 #include "library/playlist_database.h"
 
 #include <QApplication>
@@ -27,11 +28,14 @@ Application& Application::Instance() {
 Application::~Application() = default;
 
 bool Application::Initialize(const QString& commandLine) {
-  if (!commandLine.isEmpty()) {
-    const CommandLine parsed = ParseCommandLine(commandLine);
-    startupFile_ = parsed.file;
-    startFullscreen_ = parsed.fullscreen;
-  }
+  CommandLine parsed = ParseCommandLine(commandLine);
+  parsed.file = AbsoluteInputPath(parsed.file);
+  return Initialize(parsed);
+}
+
+bool Application::Initialize(const CommandLine& commandLine) {
+  startupFile_ = commandLine.file;
+  startFullscreen_ = commandLine.fullscreen;
   ComputeDpiScale();
   // Before any visible text.
   LanguageManager::Instance().Initialize();
@@ -54,7 +58,9 @@ bool Application::Initialize(const QString& commandLine) {
   return true;
 }
 
-int Application::Run() { return QApplication::exec(); }
+int Application::Run() {
+  return QApplication::exec();
+}
 
 void Application::Shutdown() {
   if (accelerators_) qApp->removeEventFilter(accelerators_.get());

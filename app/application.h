@@ -21,6 +21,9 @@ class Application {
   static Application& Instance();
 
   // Needs the QApplication to exist. False when the player cannot start.
+  bool Initialize(const CommandLine& commandLine);
+  // The same from one command-line string with its quotes (ParseCommandLine);
+  // a relative path is taken against the working directory.
   bool Initialize(const QString& commandLine);
   // The event loop; returns the exit code the loop ended with.
   int Run();

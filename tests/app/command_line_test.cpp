@@ -36,12 +36,12 @@ TEST(CommandLineTest, FilesAndOptionsFollowTheirPrecedence) {
       {"   ", "", false},
       {"-f \"/media/My Movie.mkv\"", "/media/My Movie.mkv", false},
       {"-f \"/media/My Movie.mkv\" -fullscreen", "/media/My Movie.mkv", true},
-      {"a.mkv -f", "a.mkv", false},                // -f with nothing after it
-      {"a.mkv b.mkv", "a.mkv", false},             // the first bare path wins
-      {"a.mkv -f b.mkv", "b.mkv", false},          // a later -f wins over it
-      {"-f -weird.mkv", "-weird.mkv", false},      // taken whatever it looks like
-      {"-FULLSCREEN -x a.mkv", "a.mkv", true},     // any case; unknown options ignored
-      {"\"-fullscreen\"", "-fullscreen", false},   // quoted: a path, not an option
+      {"a.mkv -f", "a.mkv", false},               // -f with nothing after it
+      {"a.mkv b.mkv", "a.mkv", false},            // the first bare path wins
+      {"a.mkv -f b.mkv", "b.mkv", false},         // a later -f wins over it
+      {"-f -weird.mkv", "-weird.mkv", false},     // taken whatever it looks like
+      {"-FULLSCREEN -x a.mkv", "a.mkv", true},    // any case; unknown options ignored
+      {"\"-fullscreen\"", "-fullscreen", false},  // quoted: a path, not an option
       {"\"/media/open.mkv", "\"/media/open.mkv", false},
   };
   for (const Case& c : cases) {
@@ -51,12 +51,39 @@ TEST(CommandLineTest, FilesAndOptionsFollowTheirPrecedence) {
   }
 }
 
-TEST(CommandLineTest, ShellWordsSurviveTheRoundTrip) {
-  const QStringList words{QStringLiteral("/media/Two Words.mkv"), QStringLiteral("-fullscreen")};
-  const CommandLine parsed = ParseCommandLine(JoinArguments(words));
-  EXPECT_EQ(parsed.file, words[0]);
-  EXPECT_TRUE(parsed.fullscreen);
-  EXPECT_EQ(ParseCommandLine(JoinArguments({QStringLiteral("-f"), QString()})).file, QString());
+// The words a shell hands over: the same precedence, no quotes to take off,
+// and every path absolute against the working directory.
+TEST(CommandLineTest, ShellWordsKeepTheRulesAndBecomeAbsolute) {
+  struct Case {
+    QStringList words;
+    const char* file;
+    bool fullscreen, help, version;
+  };
+  const Case cases[] = {
+      {{}, "", false, false, false},
+      {{"Episode 1.mkv"}, "/home/u/Videos/Episode 1.mkv", false, false, false},
+      {{"../a.mkv", "b.mkv"}, "/home/u/a.mkv", false, false, false},
+      {{"a.mkv", "-f", "./sub/b.mkv", "-FullScreen"},
+       "/home/u/Videos/sub/b.mkv",
+       true,
+       false,
+       false},
+      {{"say \"hi\".mkv"}, "/home/u/Videos/say \"hi\".mkv", false, false, false},
+      {{"\"q.mkv\""}, "/home/u/Videos/\"q.mkv\"", false, false, false},
+      {{"/media/x.mkv", "--help"}, "/media/x.mkv", false, true, false},
+      {{"--version"}, "", false, false, true},
+      {{"-f", "--help"}, "/home/u/Videos/--help", false, false, false},
+      {{"https://example.com/a b.mp4"}, "https://example.com/a b.mp4", false, false, false},
+      {{"file:///media/a%20b.mkv"}, "/media/a b.mkv", false, false, false},
+  };
+  for (const Case& c : cases) {
+    const CommandLine parsed = ParseArguments(c.words, QStringLiteral("/home/u/Videos"));
+    const std::string where = c.words.join(u'|').toStdString();
+    EXPECT_EQ(parsed.file, QString::fromUtf8(c.file)) << where;
+    EXPECT_EQ(parsed.fullscreen, c.fullscreen) << where;
+    EXPECT_EQ(parsed.help, c.help) << where;
+    EXPECT_EQ(parsed.version, c.version) << where;
+  }
 }
 
 TEST(WindowPlacementTest, StoredRectanglesArePulledBackOrCentred) {
