@@ -2,9 +2,13 @@
 // edges that decide what a double click in the file manager does.
 
 #include "app/command_line.h"
+#include "app/wheel_steps.h"
 #include "app/window_placement.h"
 
 #include <gtest/gtest.h>
+
+#include <climits>
+#include <vector>
 
 namespace zelvaro {
 namespace {
@@ -83,6 +87,30 @@ TEST(CommandLineTest, ShellWordsKeepTheRulesAndBecomeAbsolute) {
     EXPECT_EQ(parsed.fullscreen, c.fullscreen) << where;
     EXPECT_EQ(parsed.help, c.help) << where;
     EXPECT_EQ(parsed.version, c.version) << where;
+  }
+}
+
+// Each row is a run of wheel events and the steps each one takes.
+TEST(WheelStepsTest, DeltasAddUpToWholeNotches) {
+  struct Case {
+    const char* what;
+    std::vector<int> deltas;
+    std::vector<int> steps;
+  };
+  const Case cases[] = {
+      {"classic notches", {120, 120, -120}, {1, 1, -1}},
+      {"a fast spin", {360, -240}, {3, -2}},
+      {"high resolution", {15, 15, 15, 15, 15, 15, 15, 15, 15}, {0, 0, 0, 0, 0, 0, 0, 1, 0}},
+      {"a turn back drops the rest", {100, -15, -105}, {0, 0, -1}},
+      {"a touchpad's uneven deltas", {50, 50, 50, 50, 40}, {0, 0, 1, 0, 1}},
+      {"nothing", {0, 0}, {0, 0}},
+      {"a forged event", {INT_MAX, INT_MAX, INT_MIN}, {100, 100, -100}},
+  };
+  for (const Case& c : cases) {
+    WheelSteps wheel;
+    std::vector<int> steps;
+    for (int delta : c.deltas) steps.push_back(wheel.Add(delta));
+    EXPECT_EQ(steps, c.steps) << c.what;
   }
 }
 
