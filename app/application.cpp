@@ -3,6 +3,7 @@
 #include "app/dpi.h"
 #include "app/key_map.h"
 #include "app/main_window.h"
+#include "app/stop_signals.h"
 #include "foundation/language_manager.h"
 #include "foundation/shell_paths.h"
 #include "library/playlist_database.h"
@@ -49,6 +50,8 @@ bool Application::Initialize(const CommandLine& commandLine) {
   accelerators_ = std::make_unique<KeyCommandFilter>(
       mainWindow_.get(), [window = mainWindow_.get()](int id) { window->OnCommand(id); });
   qApp->installEventFilter(accelerators_.get());
+  // A signal to stop closes the window, which saves everything on its way out.
+  stopSignals_ = std::make_unique<StopSignals>([window = mainWindow_.get()] { window->close(); });
 
   mainWindow_->show();
   // The update check joins here when the updater lands.
@@ -65,6 +68,7 @@ int Application::Run() {
 void Application::Shutdown() {
   if (accelerators_) qApp->removeEventFilter(accelerators_.get());
   accelerators_.reset();
+  stopSignals_.reset();
   mainWindow_.reset();
   // The window opened the store; the next start opens it afresh.
   PlaylistDatabase::Instance().Close();

@@ -15,6 +15,7 @@ namespace zelvaro {
 
 class KeyCommandFilter;
 class MainWindow;
+class StopSignals;
 
 class Application {
  public:
@@ -37,6 +38,7 @@ class Application {
 
   std::unique_ptr<MainWindow> mainWindow_;
   std::unique_ptr<KeyCommandFilter> accelerators_;
+  std::unique_ptr<StopSignals> stopSignals_;
   QString startupFile_;
   bool startFullscreen_ = false;
 };
