@@ -3,7 +3,9 @@
 #include "app/dpi.h"
 #include "app/key_map.h"
 #include "app/main_window.h"
+#include "app/stop_signals.h"
 #include "foundation/language_manager.h"
+#include "foundation/shell_paths.h"
 #include "library/playlist_database.h"
 
 #include <QApplication>
@@ -27,11 +29,14 @@ Application& Application::Instance() {
 Application::~Application() = default;
 
 bool Application::Initialize(const QString& commandLine) {
-  if (!commandLine.isEmpty()) {
-    const CommandLine parsed = ParseCommandLine(commandLine);
-    startupFile_ = parsed.file;
-    startFullscreen_ = parsed.fullscreen;
-  }
+  CommandLine parsed = ParseCommandLine(commandLine);
+  parsed.file = AbsoluteInputPath(parsed.file);
+  return Initialize(parsed);
+}
+
+bool Application::Initialize(const CommandLine& commandLine) {
+  startupFile_ = commandLine.file;
+  startFullscreen_ = commandLine.fullscreen;
   ComputeDpiScale();
   // Before any visible text.
   LanguageManager::Instance().Initialize();
@@ -45,6 +50,8 @@ bool Application::Initialize(const QString& commandLine) {
   accelerators_ = std::make_unique<KeyCommandFilter>(
       mainWindow_.get(), [window = mainWindow_.get()](int id) { window->OnCommand(id); });
   qApp->installEventFilter(accelerators_.get());
+  // A signal to stop closes the window, which saves everything on its way out.
+  stopSignals_ = std::make_unique<StopSignals>([window = mainWindow_.get()] { window->close(); });
 
   mainWindow_->show();
   // The update check joins here when the updater lands.
@@ -54,11 +61,14 @@ bool Application::Initialize(const QString& commandLine) {
   return true;
 }
 
-int Application::Run() { return QApplication::exec(); }
+int Application::Run() {
+  return QApplication::exec();
+}
 
 void Application::Shutdown() {
   if (accelerators_) qApp->removeEventFilter(accelerators_.get());
   accelerators_.reset();
+  stopSignals_.reset();
   mainWindow_.reset();
   // The window opened the store; the next start opens it afresh.
   PlaylistDatabase::Instance().Close();

@@ -15,12 +15,16 @@ namespace zelvaro {
 
 class KeyCommandFilter;
 class MainWindow;
+class StopSignals;
 
 class Application {
  public:
   static Application& Instance();
 
   // Needs the QApplication to exist. False when the player cannot start.
+  bool Initialize(const CommandLine& commandLine);
+  // The same from one command-line string with its quotes (ParseCommandLine);
+  // a relative path is taken against the working directory.
   bool Initialize(const QString& commandLine);
   // The event loop; returns the exit code the loop ended with.
   int Run();
@@ -34,6 +38,7 @@ class Application {
 
   std::unique_ptr<MainWindow> mainWindow_;
   std::unique_ptr<KeyCommandFilter> accelerators_;
+  std::unique_ptr<StopSignals> stopSignals_;
   QString startupFile_;
   bool startFullscreen_ = false;
 };

@@ -1,9 +1,13 @@
 #include "app/command_line.h"
 
+#include "foundation/shell_paths.h"
+
 namespace zelvaro {
 namespace {
 
-bool IsBlank(QChar c) { return c == u' ' || c == u'\t'; }
+bool IsBlank(QChar c) {
+  return c == u' ' || c == u'\t';
+}
 
 QString WithoutEnclosingQuotes(const QString& token) {
   if (token.size() >= 2 && token.front() == u'"' && token.back() == u'"') {
@@ -59,14 +63,29 @@ CommandLine ParseCommandLine(QStringView commandLine) {
   return result;
 }
 
-QString JoinArguments(const QStringList& arguments) {
-  QStringList words;
-  for (const QString& argument : arguments) {
-    const bool needsQuotes =
-        argument.isEmpty() || argument.contains(u' ') || argument.contains(u'\t');
-    words << (needsQuotes ? u'"' + argument + u'"' : argument);
+CommandLine ParseArguments(const QStringList& words, const QString& workingDir) {
+  CommandLine result;
+  bool haveFile = false;
+  for (qsizetype i = 0; i < words.size(); ++i) {
+    const QString& word = words[i];
+    if (word.compare(u"-f", Qt::CaseInsensitive) == 0) {
+      if (i + 1 < words.size()) {
+        result.file = words[++i];
+        haveFile = true;
+      }
+    } else if (word.compare(u"-fullscreen", Qt::CaseInsensitive) == 0) {
+      result.fullscreen = true;
+    } else if (word == u"--help") {
+      result.help = true;
+    } else if (word == u"--version") {
+      result.version = true;
+    } else if (!word.isEmpty() && !word.startsWith(u'-') && !haveFile) {
+      result.file = word;
+      haveFile = true;
+    }
   }
-  return words.join(u' ');
+  result.file = AbsoluteInputPath(result.file, workingDir);
+  return result;
 }
 
 }  // namespace zelvaro

@@ -4,9 +4,12 @@
 // "-fullscreen" goes fullscreen after the file is open. Options compare with
 // case ignored; unknown options are ignored.
 //
-// The rules work on one command-line string, as they always have; on Linux
-// the shell has already split the words, so JoinArguments puts them back
-// together with quotes around words that hold a blank.
+// ParseCommandLine applies the rules to one command-line string, quotes and
+// all. The player itself gets words the shell has already split and takes
+// them through ParseArguments, which applies the same rules word by word, so
+// a name holding a '"' arrives whole. ParseArguments also makes the path
+// absolute against the working directory before anything else sees it, and
+// notices "--help" and "--version" (GNU conventions: print, exit 0).
 
 #include <QString>
 #include <QStringList>
@@ -17,6 +20,8 @@ namespace zelvaro {
 struct CommandLine {
   QString file;
   bool fullscreen = false;
+  bool help = false;
+  bool version = false;
 };
 
 // Takes the next token from `position` on and moves `position` past it. A
@@ -25,6 +30,7 @@ bool NextToken(QStringView commandLine, qsizetype* position, QString* token);
 
 CommandLine ParseCommandLine(QStringView commandLine);
 
-QString JoinArguments(const QStringList& arguments);
+// `words` without the program name. "-f --help" still names a file.
+CommandLine ParseArguments(const QStringList& words, const QString& workingDir);
 
 }  // namespace zelvaro

@@ -1,6 +1,7 @@
 #include "app/key_map.h"
 
 #include "app/commands.h"
+#include "app/latin_key.h"
 
 #include <QAbstractSpinBox>
 #include <QApplication>
@@ -73,7 +74,8 @@ bool IsArrow(int key) {
 bool IsTextBox(const QWidget* widget) {
   if (widget == nullptr) return false;
   if (qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QTextEdit*>(widget) ||
-      qobject_cast<const QPlainTextEdit*>(widget) || qobject_cast<const QAbstractSpinBox*>(widget)) {
+      qobject_cast<const QPlainTextEdit*>(widget) ||
+      qobject_cast<const QAbstractSpinBox*>(widget)) {
     return true;
   }
   const auto* combo = qobject_cast<const QComboBox*>(widget);
@@ -82,11 +84,16 @@ bool IsTextBox(const QWidget* widget) {
 
 }  // namespace
 
-std::span<const KeyBinding> KeyMap() { return kKeyMap; }
+std::span<const KeyBinding> KeyMap() {
+  return kKeyMap;
+}
 
 std::optional<int> CommandForKey(int key, Qt::KeyboardModifiers modifiers) {
   // The keypad's Enter is Return; its digits are not the digit keys.
   if (key == Qt::Key_Enter) key = Qt::Key_Return;
+  // Keyboards with separate play and pause keys: each toggles, as the one
+  // play/pause key does.
+  if (key == Qt::Key_MediaPlay || key == Qt::Key_MediaPause) key = Qt::Key_MediaTogglePlayPause;
   if (key < Qt::Key_0 || key > Qt::Key_9) modifiers &= ~Qt::KeypadModifier;
   modifiers &= Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier |
                Qt::KeypadModifier;
@@ -118,7 +125,8 @@ bool KeyCommandFilter::eventFilter(QObject* watched, QEvent* event) {
   const int key = keyEvent->key();
   const QWidget* active = QApplication::activeWindow();
   // A modal dialog keeps its keys, as its owner is disabled while it runs.
-  if (active == nullptr || IsArrow(key) || QApplication::activeModalWidget() != nullptr) return false;
+  if (active == nullptr || IsArrow(key) || QApplication::activeModalWidget() != nullptr)
+    return false;
   if (active != mainWindow_) {
     if (!IsOwnedByMainWindow(active)) return false;  // keys typed elsewhere are never commands
     if (IsTextBox(QApplication::focusWidget())) return false;
@@ -128,7 +136,13 @@ bool KeyCommandFilter::eventFilter(QObject* watched, QEvent* event) {
       return false;
     }
   }
-  const std::optional<int> command = CommandForKey(key, keyEvent->modifiers());
+  std::optional<int> command = CommandForKey(key, keyEvent->modifiers());
+  // A letter of a non-Latin layout: the command of the Latin key in its place.
+  if (!command && key > 0x7E && key < Qt::Key_Escape) {
+    if (const int latin = LatinKeyOf(*keyEvent); latin != 0) {
+      command = CommandForKey(latin, keyEvent->modifiers());
+    }
+  }
   if (!command) return false;
   onCommand_(*command);
   return true;

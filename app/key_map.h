@@ -6,7 +6,8 @@
 // owns is the active window; arrows never are (the focused window gets them);
 // in an owned window a text box keeps every key, and Return, Escape, Delete
 // and Ctrl+A belong to that window. So the player's keys work while the
-// playlist has the focus, but never while the user types.
+// playlist has the focus, but never while the user types. With a non-Latin
+// layout active, a letter falls back to the Latin key in its place.
 //
 // Interface thread only.
 
@@ -30,7 +31,8 @@ struct KeyBinding {
 std::span<const KeyBinding> KeyMap();
 
 // The command bound to a key press, with the modifiers matched exactly (a
-// key with Ctrl held does not fire the plain key's command).
+// key with Ctrl held does not fire the plain key's command). Separate media
+// play and pause keys count as the play/pause key.
 std::optional<int> CommandForKey(int key, Qt::KeyboardModifiers modifiers);
 
 class KeyCommandFilter : public QObject {

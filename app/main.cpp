@@ -2,8 +2,11 @@
 #include "app/demo_capture.h"
 #include "app/main_window.h"
 #include "engine/gst_ref.h"
+#include "foundation/language_manager.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 
 #include <clocale>
 #include <cstdio>
@@ -11,12 +14,34 @@
 #include <cstring>
 #include <thread>
 
+namespace {
+
+// --help and --version: the GNU conventions, on standard output, exit 0,
+// and no display needed.
+int PrintInformation(const zelvaro::CommandLine& commandLine) {
+  zelvaro::LanguageManager::Instance().Initialize();
+  const QString text = commandLine.help
+                           ? zelvaro::LanguageManager::GetString(u"App.Usage")
+                           : zelvaro::LanguageManager::GetString(u"App.VersionFormat")
+                                 .replace(QStringLiteral("%s"), QStringLiteral(ZELVARO_VERSION));
+  const QByteArray bytes = text.toUtf8() + '\n';
+  std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
+  return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+}  // namespace
+
 int main(int argc, char* argv[]) {
   // Non-ASCII paths need the user's locale, not "C", in the C libraries we use.
   const char* locale = std::setlocale(LC_ALL, "");
   if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
     std::setlocale(LC_ALL, "C.UTF-8");
   }
+  QStringList words;
+  for (int i = 1; i < argc; ++i) words << QFile::decodeName(argv[i]);
+  const zelvaro::CommandLine commandLine = zelvaro::ParseArguments(words, QDir::currentPath());
+  if (commandLine.help || commandLine.version) return PrintInformation(commandLine);
+
   if (std::getenv("DISPLAY") == nullptr && std::getenv("WAYLAND_DISPLAY") == nullptr &&
       std::getenv("QT_QPA_PLATFORM") == nullptr) {
     std::fprintf(stderr, "Zelvaro needs a graphical display (DISPLAY or WAYLAND_DISPLAY).\n");
@@ -30,7 +55,7 @@ int main(int argc, char* argv[]) {
   QApplication::setDesktopFileName(QStringLiteral("zelvaro"));
 
   zelvaro::Application& player = zelvaro::Application::Instance();
-  if (!player.Initialize(zelvaro::JoinArguments(QApplication::arguments().mid(1)))) {
+  if (!player.Initialize(commandLine)) {
     warmUp.join();
     return -1;
   }

@@ -333,6 +333,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 void MainWindow::Destroy() {
   if (closing_) return;
   closing_ = true;
+  if (volumeSaveTimer_.isActive()) SaveWheelVolume();
   SaveWindowAndSettings();
   positionTimer_.stop();
   fullscreenBarsTimer_.stop();

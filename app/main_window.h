@@ -16,12 +16,14 @@
 // placement, painting, the resize bands, fullscreen), main_window_open.cpp
 // (the open and play flow, the end of a file, the workers),
 // main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
-// timers) and main_window_messages.cpp (the player's messages, drag and drop).
+// timers), main_window_messages.cpp (the player's messages, drag and drop)
+// and main_window_wheel.cpp (the wheel's volume saves, the place after a move).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
 #include "app/messages.h"
+#include "app/wheel_steps.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
 
@@ -75,7 +77,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void OnCommand(int id);
   // Keys outside the key map; true when the key acted.
   bool OnKeyDown(int key, Qt::KeyboardModifiers modifiers);
-  // One wheel message is one volume step, whatever its size.
+  // One call is one volume step (wheelEvent gathers deltas into notches).
   void OnMouseWheel(int delta);
   // The player's own messages (messages.h); returns the message's result.
   qintptr OnPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
@@ -121,6 +123,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void wheelEvent(QWheelEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
 
  private:
   // The path of list item `index`, made the list's current item; empty for
@@ -214,6 +217,13 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void SetToolbarSubtitles(bool present, bool enabled);
   // Previews of the file just opened, when the setting and a video allow.
   void OpenThumbnails(const QString& path);
+  // main_window_wheel.cpp: the wheel's volume steps reach the engine at
+  // once and the settings file when the wheel settles (and at exit).
+  void SetWheelVolume(double volume);
+  // Also called at exit while a save is still waiting (timer active).
+  void SaveWheelVolume();
+  WheelSteps wheelSteps_;
+  QTimer volumeSaveTimer_;
 
   std::unique_ptr<GraphManager> graph_;
   // Children: Qt deletes them with the window.

@@ -18,6 +18,7 @@
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace zelvaro {
 namespace {
@@ -84,7 +85,9 @@ bool MainWindow::OnKeyDown(int key, Qt::KeyboardModifiers modifiers) {
 }
 
 void MainWindow::wheelEvent(QWheelEvent* event) {
-  OnMouseWheel(event->angleDelta().y());
+  // A sideways scroll is not a volume change; small deltas gather into notches.
+  const int steps = wheelSteps_.Add(event->angleDelta().y());
+  for (int i = 0; i < std::abs(steps); ++i) OnMouseWheel(steps > 0 ? 1 : -1);
   event->accept();
 }
 
@@ -93,7 +96,7 @@ void MainWindow::OnMouseWheel(int delta) {
   // One message is one step, whatever its size; a zero delta lowers.
   const double step = delta >= 1 ? kVolumeWheelStep : -kVolumeWheelStep;
   const double volume = std::clamp(static_cast<double>(graph_->Volume()) + step, 0.0, 1.0);
-  graph_->SetVolume(static_cast<float>(volume));
+  SetWheelVolume(volume);
   SyncToolbar();
   ShowOsd(VolumeOsdText(graph_->Volume()), kOsdMs);
 }

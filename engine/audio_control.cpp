@@ -37,9 +37,19 @@ long VolumeLevel(float volume, bool muted) {
 
 bool GraphManager::SetVolume(float volume) {
   volume_ = ClampFinite(volume, 0.0f, 1.0f);
-  Settings::SetDword(setting::kVolume, Hundredths(volume_));
+  SaveVolume();
   if (!graph_) return false;
   return graph_->SetVolumeLevel(VolumeLevel(volume_, muted_));
+}
+
+bool GraphManager::SetVolumeUnsaved(float volume) {
+  volume_ = ClampFinite(volume, 0.0f, 1.0f);
+  if (!graph_) return false;
+  return graph_->SetVolumeLevel(VolumeLevel(volume_, muted_));
+}
+
+void GraphManager::SaveVolume() {
+  Settings::SetDword(setting::kVolume, Hundredths(volume_));
 }
 
 void GraphManager::SetMuted(bool muted) {

@@ -105,6 +105,10 @@ class GraphManager {
   // Audio control (audio_control.cpp). Volume 0.0 to 1.0 on a decibel
   // curve (VolumeLevel); true when the graph took it.
   bool SetVolume(float volume);
+  // As SetVolume without writing the setting, for a run of quick changes
+  // (the wheel) that SaveVolume writes once when it settles.
+  bool SetVolumeUnsaved(float volume);
+  void SaveVolume();
   void SetMuted(bool muted);
   // Level 0 to 100; false (and nothing saved) without a graph's DRC stage.
   bool SetDRCLevel(bool enabled, int level);

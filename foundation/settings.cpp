@@ -8,13 +8,13 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <mutex>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
 
 namespace zelvaro::Settings {
 namespace {
@@ -69,6 +69,10 @@ Snapshot LoadFile(const QString& path) {
   if (!document) {
     Trace("settings file %s is damaged (%s); using defaults", qPrintable(path), qPrintable(error));
     return snapshot;
+  }
+  if (!error.isEmpty()) {
+    Trace("settings file %s: %lld unreadable lines skipped and kept (%s)", qPrintable(path),
+          static_cast<long long>(document->KeptLineCount()), qPrintable(error));
   }
   snapshot.state = FileState::Good;
   snapshot.document = std::move(*document);
@@ -190,7 +194,9 @@ class Store {
   Snapshot cache_;
 };
 
-bool ValidName(QStringView name) { return !name.isEmpty(); }
+bool ValidName(QStringView name) {
+  return !name.isEmpty();
+}
 
 bool SetValue(SettingScope scope, QStringView name, const StoredValue& value) {
   if (!ValidName(name)) return false;
@@ -208,7 +214,9 @@ bool IsStringType(SettingType type) {
 
 }  // namespace
 
-QString StoreFilePath() { return ConfigDir() + QStringLiteral("/settings.conf"); }
+QString StoreFilePath() {
+  return ConfigDir() + QStringLiteral("/settings.conf");
+}
 
 bool GetDword(QStringView name, uint32_t* value) {
   if (!ValidName(name) || value == nullptr) return false;
@@ -232,7 +240,8 @@ bool GetString(QStringView name, QString* value) {
     value->clear();
     return true;
   }
-  if (data.size() % 2 != 0 || data[data.size() - 1] != 0 || data[data.size() - 2] != 0) return false;
+  if (data.size() % 2 != 0 || data[data.size() - 1] != 0 || data[data.size() - 2] != 0)
+    return false;
   QString text = FromUtf16(data, data.size() / 2);
   *value = text.left(text.indexOf(QChar(0)));
   return true;
@@ -248,7 +257,8 @@ bool GetBackupString(QStringView name, QString* value) {
   if (!stored || !IsStringType(stored->type)) return false;
   const QByteArray& data = stored->data;
   if (data.size() / 2 == 0) return false;
-  if (data.size() % 2 != 0 || data[data.size() - 1] != 0 || data[data.size() - 2] != 0) return false;
+  if (data.size() % 2 != 0 || data[data.size() - 1] != 0 || data[data.size() - 2] != 0)
+    return false;
   *value = FromUtf16(data, data.size() / 2 - 1);
   return true;
 }

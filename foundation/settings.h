@@ -16,9 +16,10 @@
 // Storage: $XDG_CONFIG_HOME/zelvaro/settings.conf, a UTF-8 text file. Every
 // write is a read-modify-write under an exclusive file lock, written to a
 // temporary file and renamed over, so two running players never corrupt the
-// file or lose each other's values. A damaged file reads as all defaults; the
-// next write moves it aside (settings.conf.damaged-<time>) instead of
-// overwriting it.
+// file or lose each other's values. An unreadable line is skipped (its value
+// reads as absent) and written back as it was. A damaged file (not UTF-8, or
+// over the size limit) reads as all defaults; the next write moves it aside
+// (settings.conf.damaged-<time>) instead of overwriting it.
 //
 // Thread-safe: called from the interface thread, the update thread and graph
 // set-up. Reads are served from a cache that is checked against the file on

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QStringDecoder>
 
+#include <algorithm>
 #include <cstring>
 
 namespace zelvaro {
@@ -114,8 +115,8 @@ std::optional<StoredValue> ParseValue(QStringView text) {
   StoredValue value;
   if (takePrefix(u"dword:")) {
     bool ok = false;
-    qulonglong number = text.startsWith(u"0x") ? text.mid(2).toULongLong(&ok, 16)
-                                                : text.toULongLong(&ok, 10);
+    qulonglong number =
+        text.startsWith(u"0x") ? text.mid(2).toULongLong(&ok, 16) : text.toULongLong(&ok, 10);
     if (!ok || number > 0xFFFFFFFFull || text.isEmpty() || text[0] == u'+' || text[0] == u'-')
       return std::nullopt;
     return StoredValue::Dword(static_cast<uint32_t>(number));
@@ -186,7 +187,8 @@ const StoredValue* SettingsDocument::Find(SettingScope scope, QStringView name) 
 
 bool SettingsDocument::Set(SettingScope scope, QStringView name, const StoredValue& value) {
   Map& map = ScopeMap(scope);
-  auto [it, inserted] = map.try_emplace(name.toString().toCaseFolded(), Entry{name.toString(), value});
+  auto [it, inserted] =
+      map.try_emplace(name.toString().toCaseFolded(), Entry{name.toString(), value});
   if (inserted) return true;
   if (it->second.value == value) return false;
   it->second.value = value;
@@ -198,35 +200,53 @@ bool SettingsDocument::Remove(SettingScope scope, QStringView name) {
 }
 
 QByteArray SettingsDocument::Serialize() const {
-  QByteArray out = "# Zelvaro settings. Written by the player; edit only while it is not running.\n";
-  auto writeScope = [&out](const char* header, const Map& map) {
-    out += header;
-    out += '\n';
-    for (const auto& [key, entry] : map) {
-      out += Escape(entry.name, true) + '=' + SerializeValue(entry.value) + '\n';
+  QByteArray out =
+      "# Zelvaro settings. Written by the player; edit only while it is not running.\n";
+  auto writeKept = [this, &out](std::optional<SettingScope> scope) {
+    for (const KeptLine& line : kept_) {
+      if (line.scope == scope) out += line.text.toUtf8() + '\n';
     }
   };
-  writeScope(kMainSection, main_);
-  if (!backup_.empty()) {
+  auto hasKept = [this](SettingScope scope) {
+    return std::any_of(kept_.begin(), kept_.end(),
+                       [scope](const KeptLine& line) { return line.scope == scope; });
+  };
+  auto writeScope = [&](const char* header, SettingScope scope) {
+    out += header;
     out += '\n';
-    writeScope(kBackupSection, backup_);
+    for (const auto& [key, entry] : ScopeMap(scope)) {
+      out += Escape(entry.name, true) + '=' + SerializeValue(entry.value) + '\n';
+    }
+    writeKept(scope);
+  };
+  // Lines that belong to no section stay before the first one.
+  writeKept(std::nullopt);
+  writeScope(kMainSection, SettingScope::Main);
+  if (!backup_.empty() || hasKept(SettingScope::Backup)) {
+    out += '\n';
+    writeScope(kBackupSection, SettingScope::Backup);
   }
   return out;
 }
 
 std::optional<SettingsDocument> SettingsDocument::Parse(const QByteArray& bytes, QString* error) {
-  auto fail = [error](int lineNumber, const char* why) -> std::optional<SettingsDocument> {
-    if (error) *error = QStringLiteral("line %1: %2").arg(lineNumber).arg(QLatin1String(why));
-    return std::nullopt;
-  };
   QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
   QString text = decoder(bytes);
-  if (decoder.hasError()) return fail(0, "not UTF-8");
+  if (decoder.hasError()) {
+    if (error) *error = QStringLiteral("not UTF-8");
+    return std::nullopt;
+  }
   if (text.startsWith(QChar(0xFEFF))) text.remove(0, 1);
 
   SettingsDocument document;
   std::optional<SettingScope> scope;
   int lineNumber = 0;
+  auto keep = [&](QStringView line, const char* why) {
+    if (error && error->isEmpty()) {
+      *error = QStringLiteral("line %1: %2").arg(lineNumber).arg(QLatin1String(why));
+    }
+    document.kept_.push_back(KeptLine{scope, line.toString()});
+  };
   for (QStringView line : QStringView(text).split(u'\n')) {
     ++lineNumber;
     if (line.endsWith(u'\r')) line.chop(1);
@@ -239,14 +259,23 @@ std::optional<SettingsDocument> SettingsDocument::Parse(const QByteArray& bytes,
       scope = SettingScope::Backup;
       continue;
     }
-    if (line.startsWith(u'[')) return fail(lineNumber, "unknown section");
-    if (!scope) return fail(lineNumber, "value outside a section");
-    qsizetype equals = line.indexOf(u'=');
-    if (equals <= 0) return fail(lineNumber, "no name");
-    auto name = Unescape(line.left(equals));
-    auto value = ParseValue(line.mid(equals + 1));
-    if (!name || name->isEmpty()) return fail(lineNumber, "bad name");
-    if (!value) return fail(lineNumber, "bad value");
+    if (line.startsWith(u'[')) {
+      // What follows belongs to that section, not to the one before it.
+      scope.reset();
+      keep(line, "unknown section");
+      continue;
+    }
+    if (!scope) {
+      keep(line, "value outside a section");
+      continue;
+    }
+    const qsizetype equals = line.indexOf(u'=');
+    auto name = equals > 0 ? Unescape(line.left(equals)) : std::nullopt;
+    auto value = equals > 0 ? ParseValue(line.mid(equals + 1)) : std::nullopt;
+    if (!name || name->isEmpty() || !value) {
+      keep(line, "unreadable value");
+      continue;
+    }
     document.Set(*scope, *name, *value);
   }
   return document;

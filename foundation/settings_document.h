@@ -18,8 +18,10 @@
 // bytes with the terminator, so the readers' rules on terminators and sizes
 // apply to anything found in the file, including values written by hand.
 // Names compare with case ignored and keep the case of their first writer.
-// Parsing is strict: a line that cannot be read marks the whole file damaged,
-// so that nothing half-understood is ever written back.
+// A line that cannot be read (a hand edit gone wrong, a newer version's
+// value type) is skipped and kept verbatim: it goes back into its section
+// when the file is rewritten, so nothing is lost and the other values still
+// read. Only text that is not UTF-8 is refused as a whole.
 
 #include <QByteArray>
 #include <QString>
@@ -27,6 +29,7 @@
 
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace zelvaro {
 
@@ -50,10 +53,12 @@ class SettingsDocument {
   // Returns true when the document changed.
   bool Set(SettingScope scope, QStringView name, const StoredValue& value);
   bool Remove(SettingScope scope, QStringView name);
-  bool Empty() const { return main_.empty() && backup_.empty(); }
+  bool Empty() const { return main_.empty() && backup_.empty() && kept_.empty(); }
+  // How many unreadable lines the document carries along.
+  qsizetype KeptLineCount() const { return static_cast<qsizetype>(kept_.size()); }
 
   QByteArray Serialize() const;
-  // nullopt when the text is not a settings file; `error` says where.
+  // nullopt when the text is not UTF-8. `error` names the first skipped line.
   static std::optional<SettingsDocument> Parse(const QByteArray& text, QString* error = nullptr);
 
  private:
@@ -67,8 +72,16 @@ class SettingsDocument {
     return scope == SettingScope::Main ? main_ : backup_;
   }
 
+  // An unreadable line and the section it stood in (none: before any
+  // section, or in one this program does not know).
+  struct KeptLine {
+    std::optional<SettingScope> scope;
+    QString text;
+  };
+
   Map main_;
   Map backup_;
+  std::vector<KeptLine> kept_;
 };
 
 }  // namespace zelvaro

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace zelvaro {
@@ -35,6 +36,19 @@ QString WithoutTrailingSeparator(QString path) {
 }
 
 }  // namespace
+
+QString AbsoluteInputPath(const QString& path, const QString& workingDir) {
+  if (path.isEmpty()) return path;
+  static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*://"));
+  if (scheme.match(path).hasMatch()) {
+    if (!path.startsWith(u"file://", Qt::CaseInsensitive)) return path;
+    const QString local = QUrl(path).toLocalFile();
+    return local.isEmpty() ? path : QDir::cleanPath(local);
+  }
+  if (path.startsWith(u'/')) return QDir::cleanPath(path);
+  const QString base = workingDir.isEmpty() ? QDir::currentPath() : workingDir;
+  return QDir::cleanPath(base + u'/' + path);
+}
 
 QString GetInstallDir() {
   QString installPath;
@@ -69,18 +83,20 @@ bool ShowInExplorer(const QString& path) {
     return true;
   }
   QDBusMessage call = QDBusMessage::createMethodCall(
-      QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+      QStringLiteral("org.freedesktop.FileManager1"),
+      QStringLiteral("/org/freedesktop/FileManager1"),
       QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
   call << QStringList{QUrl::fromLocalFile(info.absoluteFilePath()).toString()} << QString();
   auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 5000));
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [folder](QDBusPendingCallWatcher* w) {
-    if (w->isError()) {
-      Trace("file manager did not answer (%s); opening the folder",
-            qPrintable(w->error().name()));
-      OpenFolder(folder);
-    }
-    w->deleteLater();
-  });
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished,
+                   [folder](QDBusPendingCallWatcher* w) {
+                     if (w->isError()) {
+                       Trace("file manager did not answer (%s); opening the folder",
+                             qPrintable(w->error().name()));
+                       OpenFolder(folder);
+                     }
+                     w->deleteLater();
+                   });
   return true;
 }
 

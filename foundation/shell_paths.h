@@ -23,6 +23,13 @@ QString ExpandPathMacros(QStringView path);
 // Interface thread: the D-Bus call is asynchronous and never blocks.
 bool ShowInExplorer(const QString& path);
 
+// A path as the user typed or dropped it, made absolute against `workingDir`
+// (the process's working directory when empty) and cleaned of "." and "..";
+// an address with a scheme ("https://...") comes back as it is, and a
+// "file://" address becomes its local path. Paths kept for later (the list,
+// the recent files) must not depend on where the player was started.
+QString AbsoluteInputPath(const QString& path, const QString& workingDir = {});
+
 // A symbolic link is resolved to its target (a dangling link to the stale
 // target); any other path comes back unchanged.
 QString ResolveShortcut(const QString& path);

@@ -180,11 +180,20 @@ std::vector<PlaylistItem> PlaylistDatabase::LoadItems() {
 }
 
 bool PlaylistDatabase::SaveItems(std::vector<PlaylistItem>& items) {
-  if (!db_) return false;
+  return TrySaveItems(items, kBusyTimeoutMs) == SaveOutcome::Saved;
+}
+
+PlaylistDatabase::SaveOutcome PlaylistDatabase::TrySaveItems(std::vector<PlaylistItem>& items,
+                                                             int busyWaitMs) {
+  if (!db_) return SaveOutcome::Failed;
   sqlite3* db = db_.get();
   // Waits for another player's write lock (busy timeout) instead of failing
   // half-way through the list.
-  if (ExecSql(db, "BEGIN IMMEDIATE TRANSACTION;") != SQLITE_OK) return false;
+  if (busyWaitMs != kBusyTimeoutMs) sqlite3_busy_timeout(db, busyWaitMs);
+  const int begin = ExecSql(db, "BEGIN IMMEDIATE TRANSACTION;");
+  if (busyWaitMs != kBusyTimeoutMs) sqlite3_busy_timeout(db, kBusyTimeoutMs);
+  if ((begin & 0xFF) == SQLITE_BUSY) return SaveOutcome::Busy;
+  if (begin != SQLITE_OK) return SaveOutcome::Failed;
   bool ok = ExecSql(db, kDeleteItemsSql) == SQLITE_OK;
   {
     // One statement for all rows, reset between them: same text, same
@@ -207,7 +216,7 @@ bool PlaylistDatabase::SaveItems(std::vector<PlaylistItem>& items) {
     ExecSql(db, "ROLLBACK;");
     NoteResult(rc);
   }
-  return ok;
+  return ok ? SaveOutcome::Saved : SaveOutcome::Failed;
 }
 
 bool PlaylistDatabase::UpdateDuration(int32_t id, double duration) {

@@ -13,8 +13,10 @@
 //   window, with its filter, sorting, moves, series detection and metadata
 //   worker; it talks to its window only through PlaylistView.
 //
-// Threads: every store operation runs on the interface thread. The metadata
-// worker never touches the database. Returned items and strings are values
+// Threads: an instance is used by one thread at a time. The process-wide
+// instance serves the interface thread; PlaylistSaveQueue's worker opens an
+// instance of its own for the saves it retries. The metadata worker never
+// touches the database. Returned items and strings are values
 // owned by the caller.
 //
 // Failure: the store reports nothing to the user. When the file cannot be
@@ -79,6 +81,11 @@ class PlaylistDatabase {
   // index and replaces the table with the list in one transaction. False
   // (and the table as it was) when any step fails.
   bool SaveItems(std::vector<PlaylistItem>& items);
+  // The same with the wait for another player's write lock bounded by
+  // `busyWaitMs`; Busy when the lock was not had in that time (nothing
+  // written, the list may be saved again later).
+  enum class SaveOutcome { Saved, Busy, Failed };
+  SaveOutcome TrySaveItems(std::vector<PlaylistItem>& items, int busyWaitMs);
   bool UpdateDuration(int32_t id, double duration);
   bool UpdateCodecInfo(int32_t id, QStringView codecInfo);
 

@@ -8,18 +8,22 @@
 
 namespace zelvaro {
 
+namespace {
+
+// QString::number always writes a point; printf's %f follows LC_NUMERIC,
+// which main() takes from the user's locale.
+QString OneDecimal(double value, QStringView unit) {
+  return QString::number(value, 'f', 1) + u' ' + unit.toString();
+}
+
+}  // namespace
+
 QString FormatSize(uint64_t bytes) {
-  char text[64];
-  if (bytes > 0x3FFFFFFFULL) {
-    std::snprintf(text, sizeof(text), "%.1f GB", static_cast<double>(bytes) / 1073741824.0);
-  } else if (bytes > 0xFFFFFULL) {
-    std::snprintf(text, sizeof(text), "%.1f MB", static_cast<double>(bytes) / 1048576.0);
-  } else if (bytes < 1024) {
-    std::snprintf(text, sizeof(text), "%llu B", static_cast<unsigned long long>(bytes));
-  } else {
-    std::snprintf(text, sizeof(text), "%.1f KB", static_cast<double>(bytes) / 1024.0);
-  }
-  return QString::fromLatin1(text);
+  const double value = static_cast<double>(bytes);
+  if (bytes > 0x3FFFFFFFULL) return OneDecimal(value / 1073741824.0, u"GB");
+  if (bytes > 0xFFFFFULL) return OneDecimal(value / 1048576.0, u"MB");
+  if (bytes < 1024) return QString::number(bytes) + QStringLiteral(" B");
+  return OneDecimal(value / 1024.0, u"KB");
 }
 
 QString FormatDuration(double seconds) {

@@ -182,7 +182,7 @@ void PlaylistModel::Clear() {
 }
 
 bool PlaylistModel::SaveToDatabase() {
-  return database_.SaveItems(items_);
+  return saveQueue_.Save(items_) != PlaylistSaveQueue::Result::Failed;
 }
 
 void PlaylistModel::SetSearchText(const QString& text) {

@@ -20,6 +20,7 @@
 #include "library/metadata_worker.h"
 #include "library/playlist_database.h"
 #include "library/playlist_item.h"
+#include "library/playlist_save_queue.h"
 #include "library/playlist_view.h"
 
 #include <QObject>
@@ -60,6 +61,8 @@ class PlaylistModel {
   void ReplaceWithSeries(const QString& path);
   void Clear();
   // Whole-list save; false when the store is closed or the save failed.
+  // A list that finds the store locked by another player is saved later by
+  // the save queue (still true); the model's destruction waits for it.
   bool SaveToDatabase();
 
   void SetSearchText(const QString& text);  // then RebuildFilter
@@ -115,6 +118,7 @@ class PlaylistModel {
   void Redraw(bool erase);
 
   PlaylistDatabase& database_;
+  PlaylistSaveQueue saveQueue_{database_};
   PlaylistView* view_ = nullptr;
 
   std::vector<PlaylistItem> items_;

@@ -21,7 +21,12 @@ QString NormalizeName(QStringView base);
 // "Show_E01" gives "ShowE01"; "Show 101 final" gives "Show".
 QString SeriesKey(QStringView base);
 
-// The series of `path`, sorted by episode number (unstable, no second key):
+// The series of `path`, sorted by episode number (unstable, no second key).
+// Two rules decide: the key rule above first; then, adding to what it found,
+// any file of the same kind (video or audio) whose normalised name differs
+// from the opened one's in a single run of digits ("Episode 1" and
+// "Episode 2", "Show S01E02" and "Show S01E03"), numbered by that run.
+// Result:
 // empty when the path has no folder part, no extension or an unsupported one;
 // just `path` when the folder cannot be read or nothing matches.
 std::vector<QString> FindSeriesFiles(const QString& path);

@@ -2,9 +2,13 @@
 // edges that decide what a double click in the file manager does.
 
 #include "app/command_line.h"
+#include "app/wheel_steps.h"
 #include "app/window_placement.h"
 
 #include <gtest/gtest.h>
+
+#include <climits>
+#include <vector>
 
 namespace zelvaro {
 namespace {
@@ -36,12 +40,12 @@ TEST(CommandLineTest, FilesAndOptionsFollowTheirPrecedence) {
       {"   ", "", false},
       {"-f \"/media/My Movie.mkv\"", "/media/My Movie.mkv", false},
       {"-f \"/media/My Movie.mkv\" -fullscreen", "/media/My Movie.mkv", true},
-      {"a.mkv -f", "a.mkv", false},                // -f with nothing after it
-      {"a.mkv b.mkv", "a.mkv", false},             // the first bare path wins
-      {"a.mkv -f b.mkv", "b.mkv", false},          // a later -f wins over it
-      {"-f -weird.mkv", "-weird.mkv", false},      // taken whatever it looks like
-      {"-FULLSCREEN -x a.mkv", "a.mkv", true},     // any case; unknown options ignored
-      {"\"-fullscreen\"", "-fullscreen", false},   // quoted: a path, not an option
+      {"a.mkv -f", "a.mkv", false},               // -f with nothing after it
+      {"a.mkv b.mkv", "a.mkv", false},            // the first bare path wins
+      {"a.mkv -f b.mkv", "b.mkv", false},         // a later -f wins over it
+      {"-f -weird.mkv", "-weird.mkv", false},     // taken whatever it looks like
+      {"-FULLSCREEN -x a.mkv", "a.mkv", true},    // any case; unknown options ignored
+      {"\"-fullscreen\"", "-fullscreen", false},  // quoted: a path, not an option
       {"\"/media/open.mkv", "\"/media/open.mkv", false},
   };
   for (const Case& c : cases) {
@@ -51,12 +55,63 @@ TEST(CommandLineTest, FilesAndOptionsFollowTheirPrecedence) {
   }
 }
 
-TEST(CommandLineTest, ShellWordsSurviveTheRoundTrip) {
-  const QStringList words{QStringLiteral("/media/Two Words.mkv"), QStringLiteral("-fullscreen")};
-  const CommandLine parsed = ParseCommandLine(JoinArguments(words));
-  EXPECT_EQ(parsed.file, words[0]);
-  EXPECT_TRUE(parsed.fullscreen);
-  EXPECT_EQ(ParseCommandLine(JoinArguments({QStringLiteral("-f"), QString()})).file, QString());
+// The words a shell hands over: the same precedence, no quotes to take off,
+// and every path absolute against the working directory.
+TEST(CommandLineTest, ShellWordsKeepTheRulesAndBecomeAbsolute) {
+  struct Case {
+    QStringList words;
+    const char* file;
+    bool fullscreen, help, version;
+  };
+  const Case cases[] = {
+      {{}, "", false, false, false},
+      {{"Episode 1.mkv"}, "/home/u/Videos/Episode 1.mkv", false, false, false},
+      {{"../a.mkv", "b.mkv"}, "/home/u/a.mkv", false, false, false},
+      {{"a.mkv", "-f", "./sub/b.mkv", "-FullScreen"},
+       "/home/u/Videos/sub/b.mkv",
+       true,
+       false,
+       false},
+      {{"say \"hi\".mkv"}, "/home/u/Videos/say \"hi\".mkv", false, false, false},
+      {{"\"q.mkv\""}, "/home/u/Videos/\"q.mkv\"", false, false, false},
+      {{"/media/x.mkv", "--help"}, "/media/x.mkv", false, true, false},
+      {{"--version"}, "", false, false, true},
+      {{"-f", "--help"}, "/home/u/Videos/--help", false, false, false},
+      {{"https://example.com/a b.mp4"}, "https://example.com/a b.mp4", false, false, false},
+      {{"file:///media/a%20b.mkv"}, "/media/a b.mkv", false, false, false},
+  };
+  for (const Case& c : cases) {
+    const CommandLine parsed = ParseArguments(c.words, QStringLiteral("/home/u/Videos"));
+    const std::string where = c.words.join(u'|').toStdString();
+    EXPECT_EQ(parsed.file, QString::fromUtf8(c.file)) << where;
+    EXPECT_EQ(parsed.fullscreen, c.fullscreen) << where;
+    EXPECT_EQ(parsed.help, c.help) << where;
+    EXPECT_EQ(parsed.version, c.version) << where;
+  }
+}
+
+// Each row is a run of wheel events and the steps each one takes.
+TEST(WheelStepsTest, DeltasAddUpToWholeNotches) {
+  struct Case {
+    const char* what;
+    std::vector<int> deltas;
+    std::vector<int> steps;
+  };
+  const Case cases[] = {
+      {"classic notches", {120, 120, -120}, {1, 1, -1}},
+      {"a fast spin", {360, -240}, {3, -2}},
+      {"high resolution", {15, 15, 15, 15, 15, 15, 15, 15, 15}, {0, 0, 0, 0, 0, 0, 0, 1, 0}},
+      {"a turn back drops the rest", {100, -15, -105}, {0, 0, -1}},
+      {"a touchpad's uneven deltas", {50, 50, 50, 50, 40}, {0, 0, 1, 0, 1}},
+      {"nothing", {0, 0}, {0, 0}},
+      {"a forged event", {INT_MAX, INT_MAX, INT_MIN}, {100, 100, -100}},
+  };
+  for (const Case& c : cases) {
+    WheelSteps wheel;
+    std::vector<int> steps;
+    for (int delta : c.deltas) steps.push_back(wheel.Add(delta));
+    EXPECT_EQ(steps, c.steps) << c.what;
+  }
 }
 
 TEST(WindowPlacementTest, StoredRectanglesArePulledBackOrCentred) {

@@ -1,8 +1,8 @@
 // When a key press is a player command: the main window, the tool windows it
 // owns, text boxes, the four keys owned windows keep, and other windows.
 
-#include "app/commands.h"
 #include "app/key_map.h"
+#include "app/commands.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -52,6 +52,28 @@ class KeyMapTest : public QObject {
     QVERIFY(!CommandForKey(Qt::Key_Q, Qt::ShiftModifier));
     QVERIFY(!CommandForKey(Qt::Key_1, Qt::KeypadModifier));  // keypad digits are not the digit keys
     QVERIFY(!CommandForKey(Qt::Key_Left, Qt::NoModifier));
+    for (Qt::Key media : {Qt::Key_MediaPlay, Qt::Key_MediaPause, Qt::Key_MediaTogglePlayPause}) {
+      QCOMPARE(CommandForKey(media, Qt::NoModifier).value_or(0), int{ID_MEDIA_PLAY_PAUSE});
+    }
+  }
+
+  // The key in P's place with a Russian layout active types "з"; its X
+  // keycode (33 on the pc105 keyboard Xvfb has) still runs P's command, and
+  // with Ctrl, Ctrl+P's.
+  void aNonLatinLetterRunsTheLatinKeysCommand() {
+    Activate(mainWindow_.get(), mainWindow_.get());
+    constexpr quint32 kKeycodeOfP = 33;
+    constexpr quint32 kKeysymCyrillicZe = 0x6c7;
+    for (Qt::KeyboardModifiers modifiers :
+         {Qt::KeyboardModifiers(), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
+      QKeyEvent press(QEvent::KeyPress, 0x0417, modifiers, kKeycodeOfP, kKeysymCyrillicZe, 0,
+                      QStringLiteral("з"));
+      QApplication::sendEvent(mainWindow_.get(), &press);
+    }
+    // A key that is no letter anywhere stays nothing.
+    QKeyEvent stray(QEvent::KeyPress, 0x0417, Qt::NoModifier, 0, 0, 0, QStringLiteral("з"));
+    QApplication::sendEvent(mainWindow_.get(), &stray);
+    QCOMPARE(commands_, (std::vector<int>{ID_KEY_PLAY_PAUSE, ID_KEY_SCREENSHOT}));
   }
 
   void mainWindowKeysAreCommands() {

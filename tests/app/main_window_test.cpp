@@ -2,9 +2,9 @@
 // the window, the end of the file, and what the window remembers when it
 // closes.
 
+#include "app/main_window.h"
 #include "app/application.h"
 #include "app/commands.h"
-#include "app/main_window.h"
 #include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "engine/graph_manager.h"
@@ -13,6 +13,7 @@
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTest>
 
@@ -31,7 +32,8 @@ class MainWindowTest : public QObject {
 
   void commandLineFilePlaysInTheWindow() {
     const QString clip = test::FixturePath(QStringLiteral("pattern_h264_aac.mp4"));
-    QVERIFY(Application::Instance().Initialize(JoinArguments({QStringLiteral("-f"), clip})));
+    QVERIFY(Application::Instance().Initialize(
+        ParseArguments({QStringLiteral("-f"), clip}, QDir::currentPath())));
     MainWindow* window = Application::Instance().mainWindow();
     QVERIFY(QTest::qWaitForWindowExposed(window));
     QCOMPARE(window->graph()->CurrentPath(), clip);
@@ -65,8 +67,9 @@ class MainWindowTest : public QObject {
   }
 
   void aFileThatDoesNotOpenLeavesAnIdlePlayer() {
-    const QString garbage = home_->WriteFile(QStringLiteral("broken.mkv"), QByteArray(4096, '\x5a'));
-    QVERIFY(Application::Instance().Initialize(JoinArguments({garbage})));
+    const QString garbage =
+        home_->WriteFile(QStringLiteral("broken.mkv"), QByteArray(4096, '\x5a'));
+    QVERIFY(Application::Instance().Initialize(ParseArguments({garbage}, QDir::currentPath())));
     MainWindow* window = Application::Instance().mainWindow();
     QVERIFY(QTest::qWaitForWindowExposed(window));
     QVERIFY(window->graph()->CurrentPath().isEmpty());
@@ -93,7 +96,8 @@ class MainWindowTest : public QObject {
 
   void fullscreenComesAfterTheFile() {
     const QString clip = test::FixturePath(QStringLiteral("pattern_h264_aac.mp4"));
-    QVERIFY(Application::Instance().Initialize(JoinArguments({clip, QStringLiteral("-FULLSCREEN")})));
+    QVERIFY(Application::Instance().Initialize(
+        ParseArguments({clip, QStringLiteral("-FULLSCREEN")}, QDir::currentPath())));
     MainWindow* window = Application::Instance().mainWindow();
     QVERIFY(window->fullscreen());
     QCOMPARE(window->graph()->CurrentPath(), clip);

@@ -1,8 +1,8 @@
 // The settings store: the reader rules callers depend on, what reaches the
 // file, damaged files, and two processes writing at once.
 
-#include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "foundation/setting_names.h"
 #include "foundation/settings_document.h"
 #include "tests/support/temp_home.h"
 
@@ -14,6 +14,8 @@
 #include <QRandomGenerator>
 
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace zelvaro {
 namespace {
@@ -96,7 +98,8 @@ TEST_F(SettingsTest, MainStringsStopAt511CharactersBackupStringsDoNot) {
 }
 
 TEST_F(SettingsTest, TextSurvivesTheFileWhateverItHolds) {
-  const QString tricky = QStringLiteral("\"quoted\" back\\slash\nnew line\ttab = \u00e9\u4e2d\U0001F3B5 ");
+  const QString tricky =
+      QStringLiteral("\"quoted\" back\\slash\nnew line\ttab = \u00e9\u4e2d\U0001F3B5 ");
   ASSERT_TRUE(Settings::SetString(setting::kWelcomeMsg, tricky));
   ASSERT_TRUE(Settings::SetBackupString(u" odd=name[#", tricky));
   QString value;
@@ -161,7 +164,7 @@ TEST_F(SettingsTest, BackupValuesAreDeletedOnlyWhenPresent) {
 }
 
 TEST_F(SettingsTest, DamagedFileMeansDefaultsAndIsKeptAsideOnTheNextWrite) {
-  const QByteArray damaged = "[Zelvaro]\nVolume=dword:80\nthis line is not a value\n\xff\xfe";
+  const QByteArray damaged = "[Zelvaro]\nVolume=dword:80\n\xff\xfe\n";  // not UTF-8
   WriteStoreFile(damaged);
   uint32_t volume = 50;
   EXPECT_FALSE(Settings::GetDword(setting::kVolume, &volume));
@@ -169,12 +172,39 @@ TEST_F(SettingsTest, DamagedFileMeansDefaultsAndIsKeptAsideOnTheNextWrite) {
 
   ASSERT_TRUE(Settings::SetDword(setting::kMuted, 1));
   const QFileInfo store(Settings::StoreFilePath());
-  const QStringList aside = store.dir().entryList({store.fileName() + QStringLiteral(".damaged-*")});
+  const QStringList aside =
+      store.dir().entryList({store.fileName() + QStringLiteral(".damaged-*")});
   ASSERT_EQ(aside.size(), 1);
   EXPECT_EQ(ReadAll(store.dir().filePath(aside.front())), damaged);  // byte for byte
   uint32_t muted = 0;
   EXPECT_TRUE(Settings::GetDword(setting::kMuted, &muted));
   EXPECT_FALSE(Settings::GetDword(setting::kVolume, &volume));
+}
+
+// One bad line among twenty values costs that line only, and a write keeps
+// it for whoever wrote it.
+TEST_F(SettingsTest, AnUnreadableLineIsSkippedAndKept) {
+  QByteArray text = "[Zelvaro]\n";
+  for (int i = 0; i < 20; ++i) {
+    text += i == 7 ? QByteArray("Value7=qword:12 <- edited by hand\n")
+                   : "Value" + QByteArray::number(i) + "=dword:" + QByteArray::number(i * 3) + '\n';
+  }
+  WriteStoreFile(text);
+  auto readAll = [] {
+    int readable = 0;
+    for (int i = 0; i < 20; ++i) {
+      uint32_t value = 0;
+      if (Settings::GetDword(QStringLiteral("Value%1").arg(i), &value) && value == i * 3u)
+        ++readable;
+    }
+    return readable;
+  };
+  EXPECT_EQ(readAll(), 19);
+  ASSERT_TRUE(Settings::SetDword(setting::kMuted, 1));
+  EXPECT_EQ(readAll(), 19);
+  EXPECT_TRUE(ReadAll(Settings::StoreFilePath()).contains("\nValue7=qword:12 <- edited by hand\n"));
+  const QFileInfo store(Settings::StoreFilePath());
+  EXPECT_TRUE(store.dir().entryList({QStringLiteral("*.damaged-*")}).isEmpty());
 }
 
 TEST_F(SettingsTest, EmptyNamesAreRefusedRatherThanWrittenAsAnUnreadableLine) {
@@ -184,22 +214,43 @@ TEST_F(SettingsTest, EmptyNamesAreRefusedRatherThanWrittenAsAnUnreadableLine) {
   EXPECT_TRUE(Settings::GetDword(setting::kVolume, &volume));
 }
 
-TEST(SettingsDocumentTest, ParserRejectsWhatItCannotReadFaithfully) {
+// Each unreadable line is skipped, goes back into the section it stood in,
+// and a second round trip changes nothing.
+TEST(SettingsDocumentTest, UnreadableLinesAreSkippedAndKeptInTheirSection) {
   const char* bad[] = {
-      "Volume=dword:1\n",                       // before any section
-      "[Other]\nVolume=dword:1\n",              // unknown section
-      "[Zelvaro]\nVolume=dword:-1\n",
-      "[Zelvaro]\nVolume=dword:4294967296\n",
-      "[Zelvaro]\nVolume=dword:\n",
-      "[Zelvaro]\nVolume=qword:1\n",
-      "[Zelvaro]\nName=sz:\"unterminated\n",
-      "[Zelvaro]\nName=sz:\"a\"b\"\n",
-      "[Zelvaro]\nName=sz:\"bad \\q escape\"\n",
-      "[Zelvaro]\nBlob=binary:abc\n",
-      "[Zelvaro]\n=dword:1\n",
+      "Volume=dword:1",  // before any section
+      "Volume=dword:-1",
+      "Volume=dword:4294967296",
+      "Volume=dword:",
+      "Volume=qword:1",
+      "Name=sz:\"unterminated",
+      "Name=sz:\"a\"b\"",
+      "Name=sz:\"bad \\q escape\"",
+      "Blob=binary:abc",
+      "=dword:1",
+      "no equals sign",
   };
-  for (const char* text : bad) EXPECT_FALSE(SettingsDocument::Parse(text).has_value()) << text;
-  EXPECT_TRUE(SettingsDocument::Parse("# comment\r\n\r\n[Zelvaro]\r\nA=dword:0x10\r\n").has_value());
+  for (const char* line : bad) {
+    const bool outside = std::strcmp(line, bad[0]) == 0;
+    const QByteArray text = outside ? QByteArray(line) + "\n[Zelvaro]\nGood=dword:2\n"
+                                    : "[Zelvaro]\n" + QByteArray(line) + "\nGood=dword:2\n";
+    auto document = SettingsDocument::Parse(text);
+    ASSERT_TRUE(document.has_value()) << line;
+    ASSERT_NE(document->Find(SettingScope::Main, u"Good"), nullptr) << line;
+    EXPECT_EQ(document->Find(SettingScope::Main, u"Volume"), nullptr) << line;
+    const QByteArray written = document->Serialize();
+    EXPECT_TRUE(written.contains('\n' + QByteArray(line) + '\n')) << written.toStdString();
+    EXPECT_EQ(outside, written.indexOf(line) < written.indexOf("[Zelvaro]")) << line;
+    EXPECT_EQ(SettingsDocument::Parse(written)->Serialize(), written) << line;
+  }
+  // What an unknown section holds stays out of ours.
+  auto other = SettingsDocument::Parse("[Zelvaro]\nA=dword:1\n[Other]\nB=dword:2\n");
+  ASSERT_TRUE(other.has_value());
+  EXPECT_EQ(other->Find(SettingScope::Main, u"B"), nullptr);
+  EXPECT_EQ(other->KeptLineCount(), 2);
+  EXPECT_FALSE(SettingsDocument::Parse("[Zelvaro]\nA=dword:1\n\xc3\x28\n").has_value());
+  EXPECT_TRUE(
+      SettingsDocument::Parse("# comment\r\n\r\n[Zelvaro]\r\nA=dword:0x10\r\n").has_value());
 }
 
 // Whatever the program stores must come back identical after a save and a
@@ -210,8 +261,8 @@ TEST(SettingsDocumentTest, RandomDocumentsSurviveSerialization) {
     QString text;
     const int length = static_cast<int>(random.bounded(maxLength + 1));
     for (int i = 0; i < length; ++i) {
-      const char16_t pool[] = {u'a', u'=', u'"', u'\\', u'[', u'#', u' ', u'\n', u'\r', u'\t',
-                               0x0000, 0x00e9, 0xD55C, 0xD83C, 0xDFB5, 0xFFFF, u'u', u'0'};
+      const char16_t pool[] = {u'a',  u'=',   u'"',   u'\\',  u'[',   u'#',   u' ',   u'\n', u'\r',
+                               u'\t', 0x0000, 0x00e9, 0xD55C, 0xD83C, 0xDFB5, 0xFFFF, u'u',  u'0'};
       text.append(QChar(pool[random.bounded(static_cast<quint32>(std::size(pool)))]));
     }
     return text;
@@ -223,15 +274,20 @@ TEST(SettingsDocumentTest, RandomDocumentsSurviveSerialization) {
       if (name.isEmpty()) name = QStringLiteral("n");
       const auto scope = random.bounded(2) ? SettingScope::Main : SettingScope::Backup;
       switch (random.bounded(4)) {
-        case 0: document.Set(scope, name, StoredValue::Dword(random.generate())); break;
-        case 1: document.Set(scope, name, StoredValue::String(randomText(20))); break;
+        case 0:
+          document.Set(scope, name, StoredValue::Dword(random.generate()));
+          break;
+        case 1:
+          document.Set(scope, name, StoredValue::String(randomText(20)));
+          break;
         case 2: {
           QByteArray bytes(static_cast<int>(random.bounded(9)), '\0');
           for (char& b : bytes) b = static_cast<char>(random.bounded(256));
           document.Set(scope, name, StoredValue{SettingType::ExpandString, bytes});
           break;
         }
-        default: document.Set(scope, name, StoredValue{SettingType::Binary, QByteArray("\x00\x01", 2)});
+        default:
+          document.Set(scope, name, StoredValue{SettingType::Binary, QByteArray("\x00\x01", 2)});
       }
     }
     const QByteArray text = document.Serialize();
@@ -275,12 +331,14 @@ TEST(SettingsStressTest, TwoProcessesLoseNothing) {
   for (const QString& prefix : {QStringLiteral("First"), QStringLiteral("Second")}) {
     for (int i = 0; i < kWritesPerProcess; ++i) {
       uint32_t value = 0xFFFFFFFF;
-      ASSERT_TRUE(Settings::GetDword(prefix + QString::number(i), &value)) << prefix.toStdString() << i;
+      ASSERT_TRUE(Settings::GetDword(prefix + QString::number(i), &value))
+          << prefix.toStdString() << i;
       EXPECT_EQ(value, static_cast<uint32_t>(i));
     }
   }
   const QFileInfo store(Settings::StoreFilePath());
-  EXPECT_TRUE(store.dir().entryList({QStringLiteral("*.damaged-*"), QStringLiteral("*.tmp-*")}).isEmpty());
+  EXPECT_TRUE(
+      store.dir().entryList({QStringLiteral("*.damaged-*"), QStringLiteral("*.tmp-*")}).isEmpty());
 }
 
 }  // namespace

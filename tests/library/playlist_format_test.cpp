@@ -3,8 +3,10 @@
 #include "library/file_time.h"
 #include "tests/library/library_test_support.h"
 
+#include <clocale>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace zelvaro {
 namespace {
@@ -22,6 +24,14 @@ TEST(PlaylistFormatTest, SizeBoundaries) {
   EXPECT_EQ(FormatSize(1073741824), u"1.0 GB"_s);
   EXPECT_EQ(FormatSize(1610612736), u"1.5 GB"_s);
   EXPECT_EQ(FormatSize(uint64_t{5} << 40), u"5120.0 GB"_s);
+}
+
+TEST(PlaylistFormatTest, SizesKeepThePointInACommaLocale) {
+  const std::string before = std::setlocale(LC_NUMERIC, nullptr);
+  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "no de_DE locale";
+  const QString text = FormatSize(1610612736);
+  std::setlocale(LC_NUMERIC, before.c_str());
+  EXPECT_EQ(text, u"1.5 GB"_s);
 }
 
 TEST(PlaylistFormatTest, DurationTruncatesAndSwitchesAtOneHour) {

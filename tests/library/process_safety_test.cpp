@@ -5,6 +5,7 @@
 
 #include "library/favorites_database.h"
 #include "library/playlist_database.h"
+#include "library/playlist_save_queue.h"
 #include "tests/library/library_test_support.h"
 
 #include <QCryptographicHash>
@@ -142,6 +143,45 @@ TEST_F(ProcessSafetyTest, TwoPlayersSavingAtOnceLoseNothingEitherCommitted) {
   const QString tag = WholeListTag(db.LoadItems(), kItems);
   EXPECT_TRUE(tag == u"p1r%1"_s.arg(kRounds - 1) || tag == u"p2r%1"_s.arg(kRounds - 1))
       << tag.toStdString();
+}
+
+// One player holds the store's write lock for 7 s, past the busy wait; the
+// other's save neither blocks its interface thread nor gets lost: it is
+// deferred, retried, and on disk once both have exited.
+TEST_F(ProcessSafetyTest, AListLockedOutPastTheBusyWaitIsSavedLater) {
+  {
+    PlaylistDatabase db;
+    ASSERT_TRUE(db.Open());
+  }
+  int locked[2];
+  ASSERT_EQ(::pipe(locked), 0);
+  const pid_t holder = ForkChild([&] {
+    ::close(locked[0]);
+    sqlite3* raw = nullptr;
+    if (sqlite3_open(QFile::encodeName(DbPath()).constData(), &raw) != SQLITE_OK) return 20;
+    SqliteConnection db(raw);
+    if (ExecSql(db.get(), "BEGIN IMMEDIATE;") != SQLITE_OK) return 21;
+    if (ExecSql(db.get(), "DELETE FROM playlist;") != SQLITE_OK) return 22;
+    WriteByte(locked[1], 'L');
+    std::this_thread::sleep_for(std::chrono::seconds(7));
+    return ExecSql(db.get(), "COMMIT;") == SQLITE_OK ? 0 : 23;
+  });
+  ::close(locked[1]);
+  ASSERT_EQ(ReadByte(locked[0], 10000), 'L');
+  ::close(locked[0]);
+  const pid_t saver = ForkChild([&] {
+    PlaylistDatabase db;
+    if (!db.Open()) return 30;
+    PlaylistSaveQueue queue(db);
+    std::vector<PlaylistItem> items = TaggedList(u"mine"_s, 20);
+    if (queue.Save(items) != PlaylistSaveQueue::Result::Deferred) return 31;
+    return 0;  // the queue's destruction waits for the deferred save
+  });
+  EXPECT_EQ(WaitForExit(saver), 0);
+  EXPECT_EQ(WaitForExit(holder), 0);
+  PlaylistDatabase db;
+  ASSERT_TRUE(db.Open());
+  EXPECT_EQ(WholeListTag(db.LoadItems(), 20), u"mine"_s);
 }
 
 TEST_F(ProcessSafetyTest, KilledInTheMiddleOfASaveKeepsTheOldList) {

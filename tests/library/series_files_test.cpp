@@ -3,6 +3,7 @@
 #include "tests/library/library_test_support.h"
 
 #include <QDir>
+#include <QFile>
 
 #include <algorithm>
 
@@ -36,9 +37,46 @@ TEST(SeriesNameTest, SeriesKeyExamples) {
 
 class SeriesFilesTest : public LibraryTest {};
 
-TEST_F(SeriesFilesTest, TwoDigitEpisodesAreNotASeries) {
-  const auto paths = MakeFiles({u"Episode 01.mkv"_s, u"Episode 02.mkv"_s});
-  EXPECT_EQ(FindSeriesFiles(paths[0]), std::vector<QString>{paths[0]});
+// Names as users give them: the key rule misses these, the wider rule finds
+// them, in number order, and nothing of another kind or naming comes along.
+TEST_F(SeriesFilesTest, UsersEpisodeNamesBringTheirSiblings) {
+  struct Case {
+    QStringList files;  // the first is opened
+    QStringList series;
+  };
+  const Case cases[] = {
+      {{u"Episode 1.mkv"_s, u"Episode 10.mkv"_s, u"Episode 2.mkv"_s, u"Episode 1.srt"_s,
+        u"Extras 1.mkv"_s},
+       {u"Episode 1.mkv"_s, u"Episode 2.mkv"_s, u"Episode 10.mkv"_s}},
+      {{u"Episode 5.mkv"_s, u"Episode 4.mkv"_s, u"Episode 6.mp4"_s, u"Episode 3.mp3"_s},
+       {u"Episode 4.mkv"_s, u"Episode 5.mkv"_s, u"Episode 6.mp4"_s}},
+      {{u"Show S01E02.mkv"_s, u"Show S01E01.mkv"_s, u"Show S01E03.mkv"_s, u"Show S02E01.mkv"_s},
+       {u"Show S01E01.mkv"_s, u"Show S01E02.mkv"_s, u"Show S01E03.mkv"_s}},
+      // Another season's same episode differs in one run too; the episodes outvote it.
+      {{u"Show S01E02.mkv"_s, u"Show S02E02.mkv"_s, u"Show S01E03.mkv"_s, u"Show S01E04.mkv"_s},
+       {u"Show S01E02.mkv"_s, u"Show S01E03.mkv"_s, u"Show S01E04.mkv"_s}},
+      {{u"Clip - 08.mkv"_s, u"Clip - 07.mkv"_s, u"Clip - 09.mkv"_s, u"Clip - 08 extra.mkv"_s},
+       {u"Clip - 07.mkv"_s, u"Clip - 08.mkv"_s, u"Clip - 09.mkv"_s}},
+      {{u"Show_E01.mkv"_s, u"Show_E02.mkv"_s}, {u"Show_E01.mkv"_s, u"Show_E02.mkv"_s}},
+      {{u"ab1235.mkv"_s, u"ab1234.mkv"_s}, {u"ab1234.mkv"_s, u"ab1235.mkv"_s}},
+      // Two runs differ: not the same series.
+      {{u"S01E02.mkv"_s, u"S02E01.mkv"_s}, {u"S01E02.mkv"_s}},
+      {{u"Song 1.mp3"_s, u"Song 2.flac"_s, u"Song 3.mkv"_s}, {u"Song 1.mp3"_s, u"Song 2.flac"_s}},
+  };
+  for (const Case& c : cases) {
+    const auto paths = MakeFiles(c.files);
+    EXPECT_EQ(Names(FindSeriesFiles(paths[0])), c.series) << c.files.join(u", ").toStdString();
+    for (const QString& path : paths) QFile::remove(path);
+  }
+}
+
+// Where the key rule found a series, the wider rule only adds to it.
+TEST_F(SeriesFilesTest, TheKeyRuleDecidesFirst) {
+  const auto paths = MakeFiles({u"Show 101.mkv"_s, u"Show 102.mkv"_s, u"Show 99.mkv"_s,
+                                u"show 103.mkv"_s, u"Show 2020 E01.mkv"_s});
+  EXPECT_EQ(Names(FindSeriesFiles(paths[0])),
+            (QStringList{u"Show 99.mkv"_s, u"Show 101.mkv"_s, u"Show 102.mkv"_s,
+                         u"Show 2020 E01.mkv"_s}));
 }
 
 TEST_F(SeriesFilesTest, NumbersAfterAPointSortTheSeries) {
@@ -54,11 +92,6 @@ TEST_F(SeriesFilesTest, LeadingNumbersMatchOnTheRemainder) {
   // "999" is a run of three too, so its key is empty as well.
   EXPECT_EQ(Names(FindSeriesFiles(paths[0])),
             (QStringList{u"999 title.mp4"_s, u"1001 Title.mp4"_s, u"1002 title.mp4"_s}));
-}
-
-TEST_F(SeriesFilesTest, AShortKeyMatchesNothingNotEvenItself) {
-  const auto paths = MakeFiles({u"ab1234.mkv"_s, u"ab1235.mkv"_s});
-  EXPECT_EQ(FindSeriesFiles(paths[0]), std::vector<QString>{paths[0]});
 }
 
 TEST_F(SeriesFilesTest, KeyComparesExactlyAndExtensionsIgnoreCase) {
