@@ -66,10 +66,19 @@ void SubtitleManager::RunWorker() {
   setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kWorkerNiceness);
   while (true) {
     LoadJob job;
+    std::vector<std::unique_ptr<AssContext>> retired;
     {
       std::unique_lock lock(loadMutex_);
-      loadRequested_.wait(lock, [&] { return stopping_ || pendingLoad_.has_value(); });
+      loadRequested_.wait(
+          lock, [&] { return stopping_ || pendingLoad_.has_value() || !retiredTracks_.empty(); });
+      retired.swap(retiredTracks_);
+    }
+    for (std::unique_ptr<AssContext>& track : retired)
+      CSubtitleProvider::FreeAssContext(std::move(track));
+    {
+      std::unique_lock lock(loadMutex_);
       if (stopping_) return;
+      if (!pendingLoad_) continue;
       job = std::move(*pendingLoad_);
       pendingLoad_.reset();
       runningGeneration_ = job.Generation;
@@ -297,8 +306,22 @@ void SubtitleManager::Clear() {
     tracks_.clear();
     currentTrack_ = -1;
   }
-  if (provider) provider->Clear();
+  // Freeing the track of a large file takes tens of milliseconds; Clear
+  // comes from the interface thread with every close.
+  if (provider) Retire(provider->TakeTrackAndClear());
   if (queue) queue->ClearQueue();
+}
+
+void SubtitleManager::Retire(std::unique_ptr<AssContext> track) {
+  if (!track) return;
+  std::lock_guard lock(loadMutex_);
+  if (stopping_) {
+    CSubtitleProvider::FreeAssContext(std::move(track));
+    return;
+  }
+  retiredTracks_.push_back(std::move(track));
+  if (!worker_.joinable()) worker_ = std::thread([this] { RunWorker(); });
+  loadRequested_.notify_one();
 }
 
 void SubtitleManager::InvalidateQueue() {

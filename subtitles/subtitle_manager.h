@@ -125,6 +125,8 @@ class SubtitleManager {
   bool LoadSubtitleLocked(const QString& path);
   // Puts a prepared load in place as the one track; the previous one goes.
   bool AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared);
+  // Hands a track to the worker to be freed there.
+  void Retire(std::unique_ptr<AssContext> track);
   // Makes every load under way stale; returns the new generation.
   uint64_t CancelLoads();
   void RunWorker();
@@ -147,6 +149,7 @@ class SubtitleManager {
   mutable std::mutex loadMutex_;  // the fields below
   std::condition_variable loadRequested_;
   std::optional<LoadJob> pendingLoad_;
+  std::vector<std::unique_ptr<AssContext>> retiredTracks_;  // freed by the worker
   uint64_t runningGeneration_ = 0;
   bool stopping_ = false;
   std::thread worker_;

@@ -163,13 +163,18 @@ void CSubtitleProvider::FreeAssContext(std::unique_ptr<AssContext> context) {
 }
 
 void CSubtitleProvider::Clear() {
+  FreeAssContext(TakeTrackAndClear());
+}
+
+std::unique_ptr<AssContext> CSubtitleProvider::TakeTrackAndClear() {
   std::lock_guard lock(mutex_);
-  FreeAssContext(std::move(ass_));
+  std::unique_ptr<AssContext> track = std::move(ass_);
   cues_.clear();
   events_.clear();
   timeline_.Clear();
   type_ = SubtitleType::kUnknown;
   ContentChanged();
+  return track;
 }
 
 SubtitleType CSubtitleProvider::GetType() const {

@@ -64,6 +64,11 @@ class CSubtitleProvider : public ISubPicProvider {
   // whether a subtitle was loaded.
   bool Adopt(std::shared_ptr<PreparedSubtitle> prepared);
   void Clear();
+  // Clear, except that the libass track is handed to the caller, who frees
+  // it with FreeAssContext (a large one takes a while to free).
+  std::unique_ptr<AssContext> TakeTrackAndClear();
+  // Frees a track under the libass lock; null does nothing.
+  static void FreeAssContext(std::unique_ptr<AssContext> context);
 
   // libass (kAss) or the cue path (kSrt) after a load; kUnknown before.
   SubtitleType GetType() const;
@@ -91,9 +96,6 @@ class CSubtitleProvider : public ISubPicProvider {
               uint64_t* contentSerial) override;
 
  private:
-  // Frees a track under the libass lock.
-  static void FreeAssContext(std::unique_ptr<AssContext> context);
-
   int64_t SubtitleTimeMs(int64_t time100ns) const;
   SubPicWindow WindowAt(int64_t time100ns) const;
   // Call with the provider lock held whenever what would be drawn changes.
