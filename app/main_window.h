@@ -209,9 +209,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // main_window_chrome.cpp
   // The toolbar's playback fields from the engine: position, duration,
   // progress (left alone while the thumb is dragged), play state, volume,
-  // mute, speed and the A-B marks. Repaints only what changed.
+  // mute, speed, the A-B marks and the subtitle flags. Repaints only what
+  // changed.
   void SyncToolbar();
-  // The fields an open sets once: decoder texts, video, live, subtitles.
+  // The fields an open sets once: decoder texts, video, live.
   void SetToolbarMedia(bool live);
   // The subtitle button's two flags.
   void SetToolbarSubtitles(bool present, bool enabled);

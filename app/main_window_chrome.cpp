@@ -47,6 +47,11 @@ void MainWindow::SyncToolbar() {
     };
     state.MarkA = fraction(graph_->MarkA());
     state.MarkB = fraction(graph_->MarkB());
+    // Side files load in the background: the button lights when one lands.
+    if (const SubtitleManager* subtitles = graph_->Subtitles()) {
+      state.SubtitlePresent = subtitles->HasSubtitle();
+      state.SubtitleEnabled = subtitles->IsEnabled();
+    }
   }
   toolbar_->Apply(state);
 }
@@ -64,8 +69,6 @@ void MainWindow::SetToolbarMedia(bool live) {
   state.MarkA = 0;
   state.MarkB = 0;
   toolbar_->Apply(state);
-  const SubtitleManager* subtitles = graph_->Subtitles();
-  SetToolbarSubtitles(subtitles && subtitles->HasSubtitle(), subtitles && subtitles->IsEnabled());
   SyncToolbar();
 }
 

@@ -331,15 +331,18 @@ void MainWindow::OpenSubtitleFile() {
       SubtitleFilter().join(QStringLiteral(";;")));
   if (path.isEmpty() || !graph_) return;
   graph_->EnsureSubtitleManager();
-  const bool loaded = graph_->Subtitles()->LoadSubtitle(path);
-  Trace("Subtitle loaded: %s", qPrintable(path));
-  // A file that does not load says nothing.
-  if (!loaded) return;
-  graph_->Subtitles()->SetEnabled(true);
-  Settings::SetDword(setting::kSubtitleEnabled, 1);
-  SetToolbarSubtitles(true, true);
-  graph_->RedrawVideo();
-  ShowOsd(LanguageManager::GetString(u"OSD.SubtitleEnable"), kOsdMs);
+  // Read off this thread; the picture plays on meanwhile. The callback comes
+  // back here, and never for a load that a newer one or a close replaced.
+  graph_->Subtitles()->LoadSubtitleAsync(path, [this, path](bool loaded) {
+    Trace("Subtitle loaded: %s", qPrintable(path));
+    // A file that does not load says nothing.
+    if (!loaded || !graph_ || !graph_->Subtitles()) return;
+    graph_->Subtitles()->SetEnabled(true);
+    Settings::SetDword(setting::kSubtitleEnabled, 1);
+    SetToolbarSubtitles(true, true);
+    graph_->RedrawVideo();
+    ShowOsd(LanguageManager::GetString(u"OSD.SubtitleEnable"), kOsdMs);
+  });
 }
 
 void MainWindow::ShowPositionOsd() {

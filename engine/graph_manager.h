@@ -143,8 +143,10 @@ class GraphManager {
   int GetSubtitleTrackCount();
   QString GetSubtitleTrackName(int track);
 
-  // Subtitles (graph_subtitles.cpp). OpenFile of a local file loads the
-  // first side file FindSubtitleFiles names; Close empties the manager but
+  // Subtitles (graph_subtitles.cpp). OpenFile of a local file starts loading
+  // the first side file FindSubtitleFiles names, on the manager's worker (it
+  // shows once read; Subtitles()->IsLoading() until then); Close empties the
+  // manager, cancelling such a load, but
   // keeps it, and its delay. The manager is made on demand and lives until
   // this object goes; null before. The renderer asks it for pictures.
   void EnsureSubtitleManager();

@@ -52,8 +52,12 @@ void GraphManager::LoadSideSubtitles(const QString& mediaPath) {
     Trace("Found %zu subtitle(s): %s", static_cast<size_t>(candidates.size()),
           qUtf8Printable(candidates.first()));
     EnsureSubtitleManager();
-    // The first frame is already on screen; it may lie inside a cue.
-    if (subtitleManager_->LoadSubtitle(candidates.first())) RedrawVideo();
+    // Read on the manager's worker: a large file must not hold up the first
+    // frames. By the time it is in place the picture may be paused inside a
+    // cue, so it is drawn again.
+    subtitleManager_->LoadSubtitleAsync(candidates.first(), [this](bool loaded) {
+      if (loaded) RedrawVideo();
+    });
   } catch (const std::exception& error) {
     Trace("Side subtitles not loaded: %s", error.what());
   }

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <queue>
@@ -25,15 +26,69 @@ void ForwardLibassMessage(int level, const char* format, va_list arguments, void
   Trace("libass: %s", text);
 }
 
+bool IsUtf8Continuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// Inside an override block: the drawing scale that "\p<n>" sets, or the old
+// one when the block has none. "\pos" and "\pbo" are other tags.
+bool DrawingAfterBlock(std::string_view block, bool drawing) {
+  for (size_t i = block.find("\\p"); i != std::string_view::npos; i = block.find("\\p", i + 2)) {
+    std::string_view rest = block.substr(i + 2);
+    if (rest.substr(0, 2) == "os" || rest.substr(0, 2) == "bo") continue;
+    while (!rest.empty() && (rest.front() == ' ' || rest.front() == '\t')) rest.remove_prefix(1);
+    int scale = 0;
+    while (!rest.empty() && rest.front() >= '0' && rest.front() <= '9' && scale < 1000) {
+      scale = scale * 10 + (rest.front() - '0');
+      rest.remove_prefix(1);
+    }
+    drawing = scale > 0;
+  }
+  return drawing;
+}
+
+// Where `text` has held kMaxAssEventTextBytes of text to be laid out:
+// outside override blocks and drawings, on a character boundary and not
+// behind a backslash, so no block, drawing or "\N" is broken. npos when the
+// text holds less.
+size_t VisibleTextCut(std::string_view text) {
+  size_t visible = 0;
+  bool drawing = false;
+  for (size_t i = 0; i < text.size();) {
+    if (text[i] == '{') {
+      // An unclosed block runs to the end, as libass reads it.
+      size_t close = text.find('}', i + 1);
+      if (close == std::string_view::npos) close = text.size();
+      drawing = DrawingAfterBlock(text.substr(i + 1, close - i - 1), drawing);
+      i = close + 1;
+      continue;
+    }
+    if (!drawing && !IsUtf8Continuation(text[i]) && visible >= kMaxAssEventTextBytes) {
+      return i > 0 && text[i - 1] == '\\' ? i - 1 : i;
+    }
+    if (!drawing) ++visible;
+    ++i;
+  }
+  return std::string_view::npos;
+}
+
 // Before the first ass_render_frame, events may still be changed in place.
 void BoundTrack(ASS_Track* track) {
   int cutTexts = 0;
+  int hidden = 0;
   for (int i = 0; i < track->n_events; ++i) {
-    char* text = track->events[i].Text;
-    if (text == nullptr || std::strlen(text) <= kMaxAssEventTextBytes) continue;
-    size_t end = kMaxAssEventTextBytes;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    text[end] = '\0';
+    ASS_Event& event = track->events[i];
+    if (event.Text == nullptr) continue;
+    const size_t length = std::strlen(event.Text);
+    if (length > kMaxAssEventBytes) {
+      event.Duration = 0;
+      ++hidden;
+      continue;
+    }
+    if (length <= kMaxAssEventTextBytes) continue;
+    const size_t cut = VisibleTextCut({event.Text, length});
+    if (cut == std::string_view::npos) continue;
+    event.Text[cut] = '\0';
     ++cutTexts;
   }
 
@@ -44,7 +99,6 @@ void BoundTrack(ASS_Track* track) {
   std::stable_sort(order.begin(), order.end(),
                    [&](int a, int b) { return track->events[a].Start < track->events[b].Start; });
   std::priority_queue<long long, std::vector<long long>, std::greater<>> activeEnds;
-  int hidden = 0;
   for (int index : order) {
     ASS_Event& event = track->events[index];
     if (event.Duration <= 0) continue;
@@ -64,30 +118,74 @@ void BoundTrack(ASS_Track* track) {
 
 }  // namespace
 
-std::unique_ptr<AssContext> CreateAssContext(QSize frameSize) {
-  auto context = std::make_unique<AssContext>();
-  context->FrameSize = frameSize;
-  context->Library.reset(ass_library_init());
-  if (!context->Library) return nullptr;
-  ass_set_message_cb(context->Library.get(), ForwardLibassMessage, nullptr);
-  context->Renderer.reset(ass_renderer_init(context->Library.get()));
-  if (!context->Renderer) return nullptr;
-  ass_set_frame_size(context->Renderer.get(), frameSize.width(), frameSize.height());
-  ass_set_fonts(context->Renderer.get(), nullptr, kSubtitleFallbackFamily,
-                ASS_FONTPROVIDER_AUTODETECT, nullptr, 1);
-  Trace("libass: frame=%dx%d", frameSize.width(), frameSize.height());
-  return context;
+AssEngine* AssEngine::Instance() {
+  // Set up once, on whichever thread asks first; never freed, since tracks
+  // held by objects with static lifetime may still point at the library.
+  static AssEngine* const instance = [] {
+    auto* engine = new AssEngine;
+    engine->library_.reset(ass_library_init());
+    if (engine->library_) {
+      ass_set_message_cb(engine->library_.get(), ForwardLibassMessage, nullptr);
+      engine->renderer_.reset(ass_renderer_init(engine->library_.get()));
+    }
+    if (!engine->renderer_) {
+      Trace("libass could not be set up");
+      delete engine;
+      return static_cast<AssEngine*>(nullptr);
+    }
+    engine->frameSize_ = QSize(1920, 1080);
+    ass_set_frame_size(engine->renderer_.get(), 1920, 1080);
+    ass_set_fonts(engine->renderer_.get(), nullptr, kSubtitleFallbackFamily,
+                  ASS_FONTPROVIDER_AUTODETECT, nullptr, 1);
+    return engine;
+  }();
+  return instance;
 }
 
-bool ReadAssScript(AssContext* context, std::string_view script) {
-  if (context == nullptr || !context->Library || script.empty()) return false;
-  AssTrackHandle track{ass_read_memory(context->Library.get(), const_cast<char*>(script.data()),
-                                       script.size(), nullptr)};
-  if (!track || track->n_events < 1) return false;
+ASS_Image* AssEngine::RenderFrame(ASS_Track* track, QSize frameSize, int64_t timeMs, int* change) {
+  if (frameSize != frameSize_) {
+    frameSize_ = frameSize;
+    ass_set_frame_size(renderer_.get(), frameSize.width(), frameSize.height());
+    Trace("libass: frame=%dx%d", frameSize.width(), frameSize.height());
+  }
+  return ass_render_frame(renderer_.get(), track, static_cast<long long>(timeMs), change);
+}
+
+const char* GuessCjkLanguage(std::string_view utf8) {
+  size_t kana = 0;
+  size_t hangul = 0;
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const auto lead = static_cast<unsigned char>(utf8[i]);
+    // Kana and Hangul are all three-byte sequences.
+    if ((lead & 0xF0) != 0xE0 || i + 2 >= utf8.size()) continue;
+    const uint32_t code = ((lead & 0x0Fu) << 12) |
+                          ((static_cast<unsigned char>(utf8[i + 1]) & 0x3Fu) << 6) |
+                          (static_cast<unsigned char>(utf8[i + 2]) & 0x3Fu);
+    if ((code >= 0x3040 && code <= 0x30FF) || (code >= 0x31F0 && code <= 0x31FF) ||
+        (code >= 0xFF66 && code <= 0xFF9F))
+      ++kana;
+    else if ((code >= 0xAC00 && code <= 0xD7A3) || (code >= 0x1100 && code <= 0x11FF) ||
+             (code >= 0x3130 && code <= 0x318F))
+      ++hangul;
+    i += 2;
+  }
+  if (kana == 0 && hangul == 0) return nullptr;
+  return kana >= hangul ? "ja" : "ko";
+}
+
+AssTrackHandle ReadAssScript(std::string_view script, AssScriptOrigin origin) {
+  AssEngine* engine = AssEngine::Instance();
+  if (engine == nullptr || script.empty()) return nullptr;
+  AssTrackHandle track{
+      ass_read_memory(engine->Library(), const_cast<char*>(script.data()), script.size(), nullptr)};
+  if (!track) return nullptr;
+  if (origin == AssScriptOrigin::kConverted && track->n_events < 1) return nullptr;
   Trace("libass event count: %d", track->n_events);
   BoundTrack(track.get());
-  context->Track = std::move(track);
-  return true;
+  if (track->Language == nullptr) {
+    if (const char* language = GuessCjkLanguage(script)) track->Language = strdup(language);
+  }
+  return track;
 }
 
 }  // namespace zelvaro

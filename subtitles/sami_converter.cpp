@@ -66,6 +66,28 @@ std::string TrimAndDecode(std::string text) {
   return decoded;
 }
 
+// The first `needle` at or after a position, for positions that only grow:
+// a hit still ahead is kept, so a needle that appears once at the far end of
+// the input is searched for once, not once per sync.
+class ForwardFinder {
+ public:
+  ForwardFinder(std::string_view haystack, std::string_view needle)
+      : haystack_(haystack), needle_(needle) {}
+  size_t From(size_t position) {
+    if (!known_ || (found_ != std::string_view::npos && found_ < position)) {
+      found_ = haystack_.find(needle_, position);
+      known_ = true;
+    }
+    return found_;
+  }
+
+ private:
+  std::string_view haystack_;
+  std::string_view needle_;
+  size_t found_ = std::string_view::npos;
+  bool known_ = false;
+};
+
 }  // namespace
 
 std::string ConvertSamiToAss(const SubtitleStyle& style, std::string_view utf8) {
@@ -78,34 +100,37 @@ std::string ConvertSamiToAss(const SubtitleStyle& style, std::string_view utf8) 
 
   std::vector<SamiEntry> entries;
   size_t position = 0;
-  // The next "</body" behind the current body start, found once: searching
-  // for it afresh from every sync would scan the whole tail each time.
-  size_t bodyClose = 0;
-  bool bodyCloseKnown = false;
+  // Each search below may run far ahead of the sync it serves; the finders
+  // keep such a hit for the next syncs, so the scan stays linear even in a
+  // file of many syncs with one "start=", ">" or "</body" at its end.
+  ForwardFinder startFinder(lower, "start=");
+  ForwardFinder tagEndFinder(lower, ">");
+  ForwardFinder bodyCloseFinder(lower, "</body");
+  size_t valueAttribute = std::string_view::npos;
+  uint64_t value = 0;
   while (position < lower.size()) {
     const size_t sync = lower.find("<sync", position);
     if (sync == std::string_view::npos) break;
-    const size_t startAttribute = lower.find("start=", sync);
+    const size_t startAttribute = startFinder.From(sync);
     if (startAttribute == std::string_view::npos) break;
-    size_t digits = startAttribute + 6;
-    while (digits < lower.size() && (lower[digits] == '"' || lower[digits] == '\'')) ++digits;
-    // Unsigned with wrap-around, like the reading it stands for; only a
-    // fuzzer ever writes twenty digits.
-    uint64_t startMs = 0;
-    while (digits < lower.size() && lower[digits] >= '0' && lower[digits] <= '9') {
-      startMs = startMs * 10 + static_cast<uint64_t>(lower[digits] - '0');
-      ++digits;
+    if (startAttribute != valueAttribute) {
+      size_t digits = startAttribute + 6;
+      while (digits < lower.size() && (lower[digits] == '"' || lower[digits] == '\'')) ++digits;
+      // Unsigned with wrap-around, like the reading it stands for; only a
+      // fuzzer ever writes twenty digits.
+      value = 0;
+      while (digits < lower.size() && lower[digits] >= '0' && lower[digits] <= '9') {
+        value = value * 10 + static_cast<uint64_t>(lower[digits] - '0');
+        ++digits;
+      }
+      valueAttribute = startAttribute;
     }
-    const size_t tagEnd = lower.find('>', sync);
+    const size_t tagEnd = tagEndFinder.From(sync);
     if (tagEnd == std::string_view::npos) break;
     const size_t bodyStart = tagEnd + 1;
-    if (!bodyCloseKnown || (bodyClose != std::string_view::npos && bodyClose < bodyStart)) {
-      bodyClose = lower.find("</body", bodyStart);
-      bodyCloseKnown = true;
-    }
-    size_t bodyEnd = std::min(lower.find("<sync", bodyStart), bodyClose);
+    size_t bodyEnd = std::min(lower.find("<sync", bodyStart), bodyCloseFinder.From(bodyStart));
     if (bodyEnd == std::string_view::npos) bodyEnd = lower.size();
-    entries.push_back({static_cast<int64_t>(startMs),
+    entries.push_back({static_cast<int64_t>(value),
                        TrimAndDecode(StripSamiTags(utf8.substr(bodyStart, bodyEnd - bodyStart)))});
     position = bodyEnd;
   }

@@ -16,7 +16,6 @@ bool StartsWithDigit(std::string_view line) {
   return !line.empty() && line.front() >= '0' && line.front() <= '9';
 }
 
-
 void FinishCue(int64_t startMs, int64_t endMs, std::string_view text, std::string* script) {
   std::string escaped;
   escaped.reserve(text.size() + 16);
@@ -79,6 +78,16 @@ int64_t ParseSrtTime(const std::string& text) {
   return 0;
 }
 
+bool SrtTimeOutOfRange(const std::string& text) {
+  std::string copy = text;
+  for (char& c : copy)
+    if (c == ',') c = '.';
+  int hours = 0, minutes = 0, seconds = 0, fraction = 0;
+  if (std::sscanf(copy.c_str(), "%d:%d:%d.%d", &hours, &minutes, &seconds, &fraction) != 4)
+    return false;
+  return hours < 0 || minutes < 0 || minutes > 59 || seconds < 0 || seconds > 59 || fraction < 0;
+}
+
 int64_t ParseCueTime(const std::string& text) {
   std::string copy = text;
   for (char& c : copy)
@@ -94,7 +103,8 @@ std::string ConvertSrtToAss(const SubtitleStyle& style, std::string_view utf8) {
   script.reserve(utf8.size() + utf8.size() / 2 + 2048);
   AppendAssHeader(style, &script);
 
-  enum class State { kIndex, kTime, kText } state = State::kIndex;
+  // kSkip: the text of a cue whose timing was out of range, up to its blank.
+  enum class State { kIndex, kTime, kText, kSkip } state = State::kIndex;
   int64_t startMs = 0;
   int64_t endMs = 0;
   std::string text;
@@ -107,12 +117,21 @@ std::string ConvertSrtToAss(const SubtitleStyle& style, std::string_view utf8) {
         // Keeps waiting for a time line, across empty lines and junk.
         const size_t arrow = line.find(" --> ");
         if (arrow == std::string_view::npos) break;
-        startMs = ParseSrtTime(std::string(line.substr(0, arrow)));
-        endMs = ParseSrtTime(std::string(line.substr(arrow + 5)));
+        const std::string left(line.substr(0, arrow));
+        const std::string right(line.substr(arrow + 5));
+        if (SrtTimeOutOfRange(left) || SrtTimeOutOfRange(right)) {
+          state = State::kSkip;
+          break;
+        }
+        startMs = ParseSrtTime(left);
+        endMs = ParseSrtTime(right);
         text.clear();
         state = State::kText;
         break;
       }
+      case State::kSkip:
+        if (line.empty()) state = State::kIndex;
+        break;
       case State::kText:
         if (!line.empty()) {
           if (!text.empty()) text.push_back('\n');
@@ -153,10 +172,19 @@ bool ParseSrtCues(std::string_view utf8, std::vector<SrtCue>* cues) {
       std::string_view right = line.substr(arrow + 3);
       while (!left.empty() && IsBlank(left.back())) left.remove_suffix(1);
       while (!right.empty() && IsBlank(right.front())) right.remove_prefix(1);
-      cue.StartMs = ParseCueTime(std::string(left));
-      cue.EndMs = ParseCueTime(std::string(right));
+      const std::string start(left);
+      const std::string end(right);
       text.clear();
+      if (SrtTimeOutOfRange(start) || SrtTimeOutOfRange(end)) {
+        state = 3;  // its text is skipped up to the blank line
+        cue = SrtCue{};
+        return;
+      }
+      cue.StartMs = ParseCueTime(start);
+      cue.EndMs = ParseCueTime(end);
       state = 2;
+    } else if (state == 3) {
+      if (line.empty()) state = 0;
     } else if (!line.empty()) {
       if (!text.empty()) text.push_back('\n');
       text.append(line);

@@ -42,14 +42,20 @@ bool ParseSrtCues(std::string_view utf8, std::vector<SrtCue>* cues);
 int64_t ParseSrtTime(const std::string& text);
 // "H:M:S.F" after every "," became "."; failure gives 0.
 int64_t ParseCueTime(const std::string& text);
+// Whether a timing names a time no clock shows: minutes or seconds outside
+// 0..59, or a negative field. Such a cue is dropped rather than shown for an
+// hour. Text that doesn't parse at all is not "out of range" (it gives 0).
+bool SrtTimeOutOfRange(const std::string& text);
 
 // Calls `line` for each line of `text` as a newline-delimited read gives them,
-// with one trailing CR removed.
+// with one trailing CR removed. A text without any LF has old-Mac line ends:
+// there a CR alone ends each line.
 template <typename LineFn>
 void ForEachSubtitleLine(std::string_view text, LineFn&& line) {
+  const char separator = text.find('\n') == std::string_view::npos ? '\r' : '\n';
   size_t start = 0;
   while (start < text.size()) {
-    size_t end = text.find('\n', start);
+    size_t end = text.find(separator, start);
     const size_t next = end == std::string_view::npos ? text.size() : end + 1;
     if (end == std::string_view::npos) end = text.size();
     std::string_view current = text.substr(start, end - start);

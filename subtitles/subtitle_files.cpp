@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QHash>
 
+#include <algorithm>
+
 namespace zelvaro {
 
 namespace {
@@ -79,8 +81,15 @@ std::optional<QByteArray> ReadSubtitleFile(const QString& path) {
     Trace("Subtitle file too large: %lld bytes", static_cast<long long>(size));
     return std::nullopt;
   }
-  QByteArray bytes = file.read(size);
-  if (bytes.size() != size) return std::nullopt;
+  // In pieces: one read of tens of megabytes holds the process's memory map
+  // for its whole length, and the interface thread waits on it.
+  constexpr qint64 kChunkBytes = 1 << 20;
+  QByteArray bytes(size, Qt::Uninitialized);
+  for (qint64 done = 0; done < size;) {
+    const qint64 got = file.read(bytes.data() + done, std::min(kChunkBytes, size - done));
+    if (got <= 0) return std::nullopt;
+    done += got;
+  }
   return bytes;
 }
 

@@ -3,6 +3,12 @@
 #include "foundation/trace.h"
 
 #include <QFileInfo>
+#include <QObject>
+
+#include <exception>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace zelvaro {
 
@@ -10,16 +16,110 @@ namespace {
 
 constexpr QSize kAllocatorStartSize{4096, 4096};
 constexpr int kQueueCapacity = 10;
+constexpr int kWorkerNiceness = 10;
 
 }  // namespace
 
-SubtitleManager::SubtitleManager() = default;
+SubtitleManager::SubtitleManager() : relay_(std::make_unique<QObject>()) {}
 
 SubtitleManager::~SubtitleManager() {
+  {
+    std::lock_guard lock(loadMutex_);
+    stopping_ = true;
+    pendingLoad_.reset();
+  }
+  CancelLoads();
+  loadRequested_.notify_all();
+  if (worker_.joinable()) worker_.join();
   Shutdown();
 }
 
+uint64_t SubtitleManager::CancelLoads() {
+  return ++loadGeneration_;
+}
+
+void SubtitleManager::LoadSubtitleAsync(const QString& path, std::function<void(bool)> done) {
+  LoadJob job;
+  job.Generation = CancelLoads();
+  job.Path = path;
+  job.Done = std::move(done);
+  {
+    std::lock_guard lock(stateMutex_);
+    if (provider_) job.Style = provider_->GetStyle();
+  }
+  std::lock_guard lock(loadMutex_);
+  if (stopping_) return;
+  pendingLoad_ = std::move(job);
+  if (!worker_.joinable()) worker_ = std::thread([this] { RunWorker(); });
+  loadRequested_.notify_one();
+}
+
+bool SubtitleManager::IsLoading() const {
+  std::lock_guard lock(loadMutex_);
+  const uint64_t current = loadGeneration_.load();
+  return (pendingLoad_ && pendingLoad_->Generation == current) || runningGeneration_ == current;
+}
+
+void SubtitleManager::RunWorker() {
+  // Reading a large file is worth less than a frame on time: on a busy
+  // machine the interface and streaming threads go first.
+  setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kWorkerNiceness);
+  while (true) {
+    LoadJob job;
+    std::vector<std::unique_ptr<AssContext>> retired;
+    {
+      std::unique_lock lock(loadMutex_);
+      loadRequested_.wait(
+          lock, [&] { return stopping_ || pendingLoad_.has_value() || !retiredTracks_.empty(); });
+      retired.swap(retiredTracks_);
+    }
+    for (std::unique_ptr<AssContext>& track : retired)
+      CSubtitleProvider::FreeAssContext(std::move(track));
+    {
+      std::unique_lock lock(loadMutex_);
+      if (stopping_) return;
+      if (!pendingLoad_) continue;
+      job = std::move(*pendingLoad_);
+      pendingLoad_.reset();
+      runningGeneration_ = job.Generation;
+    }
+    const auto stale = [&] { return loadGeneration_.load() != job.Generation; };
+    std::shared_ptr<PreparedSubtitle> prepared;
+    try {
+      if (!stale()) prepared = CSubtitleProvider::Prepare(job.Path, job.Style, stale);
+    } catch (const std::exception& error) {
+      // Out of memory on a huge file, say: the load fails as unreadable.
+      Trace("Subtitle not loaded: %s", error.what());
+    }
+    bool loaded = false;
+    bool adopted = false;
+    {
+      std::lock_guard operation(operationMutex_);
+      // Checked under the operation lock: a Clear or a newer load that comes
+      // after this point finds the result in place and replaces it.
+      if (!stale()) {
+        loaded = AdoptLocked(job.Path, std::move(prepared));
+        adopted = true;
+      }
+    }
+    prepared.reset();  // a cancelled track is freed here, not on the caller's thread
+    {
+      std::lock_guard lock(loadMutex_);
+      runningGeneration_ = 0;
+    }
+    if (!adopted || !job.Done) continue;
+    QMetaObject::invokeMethod(
+        relay_.get(),
+        [this, generation = job.Generation, done = std::move(job.Done), loaded] {
+          // A load that became stale on the way says nothing.
+          if (loadGeneration_.load() == generation) done(loaded);
+        },
+        Qt::QueuedConnection);
+  }
+}
+
 bool SubtitleManager::Initialize(int32_t videoWidth, int32_t videoHeight) {
+  CancelLoads();
   std::lock_guard operation(operationMutex_);
   if (IsInitialized()) ShutdownLocked();
   const QSize videoSize(videoWidth < 1 ? 1920 : videoWidth, videoHeight <= 0 ? 1080 : videoHeight);
@@ -55,6 +155,7 @@ bool SubtitleManager::Initialize(int32_t videoWidth, int32_t videoHeight) {
 }
 
 void SubtitleManager::Shutdown() {
+  CancelLoads();
   std::lock_guard operation(operationMutex_);
   ShutdownLocked();
 }
@@ -111,6 +212,7 @@ void SubtitleManager::SetRenderSize(int32_t width, int32_t height) {
 }
 
 bool SubtitleManager::LoadSubtitle(const QString& path) {
+  CancelLoads();
   std::lock_guard operation(operationMutex_);
   return LoadSubtitleLocked(path);
 }
@@ -127,7 +229,24 @@ bool SubtitleManager::LoadSubtitleLocked(const QString& path) {
     provider = provider_;
   }
   queue->ClearQueue();
-  if (!provider->Load(path)) return false;
+  provider->Clear();
+  return AdoptLocked(path, CSubtitleProvider::Prepare(path, provider->GetStyle(), {}));
+}
+
+bool SubtitleManager::AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared) {
+  std::shared_ptr<CSubPicQueue> queue;
+  std::shared_ptr<CSubtitleProvider> provider;
+  {
+    std::lock_guard lock(stateMutex_);
+    if (!initialized_ || path.isEmpty()) return false;
+    tracks_.clear();
+    currentTrack_ = -1;
+    queue = queue_;
+    provider = provider_;
+  }
+  const bool loaded = provider->Adopt(std::move(prepared));
+  queue->ClearQueue();
+  if (!loaded) return false;
 
   SubtitleTrackInfo track;
   track.Name = QFileInfo(path).fileName();
@@ -139,6 +258,7 @@ bool SubtitleManager::LoadSubtitleLocked(const QString& path) {
 }
 
 bool SubtitleManager::ReloadSubtitle() {
+  CancelLoads();
   std::lock_guard operation(operationMutex_);
   QString path;
   std::shared_ptr<CSubtitleProvider> provider;
@@ -175,6 +295,7 @@ int64_t SubtitleManager::GetDelay() const {
 }
 
 void SubtitleManager::Clear() {
+  CancelLoads();
   std::lock_guard operation(operationMutex_);
   std::shared_ptr<CSubPicQueue> queue;
   std::shared_ptr<CSubtitleProvider> provider;
@@ -185,8 +306,22 @@ void SubtitleManager::Clear() {
     tracks_.clear();
     currentTrack_ = -1;
   }
-  if (provider) provider->Clear();
+  // Freeing the track of a large file takes tens of milliseconds; Clear
+  // comes from the interface thread with every close.
+  if (provider) Retire(provider->TakeTrackAndClear());
   if (queue) queue->ClearQueue();
+}
+
+void SubtitleManager::Retire(std::unique_ptr<AssContext> track) {
+  if (!track) return;
+  std::lock_guard lock(loadMutex_);
+  if (stopping_) {
+    CSubtitleProvider::FreeAssContext(std::move(track));
+    return;
+  }
+  retiredTracks_.push_back(std::move(track));
+  if (!worker_.joinable()) worker_ = std::thread([this] { RunWorker(); });
+  loadRequested_.notify_one();
 }
 
 void SubtitleManager::InvalidateQueue() {

@@ -15,10 +15,13 @@
 // Threads: every method is safe from any thread. Initialize, Shutdown,
 // LoadSubtitle, ReloadSubtitle, SetDelay, Clear and SetEnabled are the
 // owner's and run one at a time; LoadSubtitle reads and converts without
-// holding what the renderer needs, so it may run on a worker. GetSubPic and
-// SetRenderSize are the renderer's, typically once per frame; they never wait
-// for a load, only for a render or a swap in progress. Lock order inside:
-// queue, provider, libass.
+// holding what the renderer needs. The interface thread loads with
+// LoadSubtitleAsync instead: the manager's own worker thread reads, decodes,
+// converts and parses, swaps the result in, and reports back by a queued call
+// to the thread that created the manager. GetSubPic and SetRenderSize are the
+// renderer's, typically once per frame; they never wait for a load, only for
+// a render or a swap in progress. Lock order inside: queue, provider, libass.
+// The destructor waits for the worker, which stops at its next step.
 
 #include "subtitles/subpic.h"
 #include "subtitles/subpic_queue.h"
@@ -30,10 +33,17 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <thread>
 #include <vector>
+
+class QObject;
 
 namespace zelvaro {
 
@@ -72,6 +82,14 @@ class SubtitleManager {
   // Loads any subtitle file as the one track; false when not initialised or
   // nothing could be read (the previous subtitle is gone all the same).
   bool LoadSubtitle(const QString& path);
+  // LoadSubtitle on the worker. The subtitle shown so far stays until the new
+  // one is in place (or, when nothing could be read, is gone); then `done`
+  // runs with the outcome on the thread that created the manager. Any later
+  // load, Clear, Initialize or Shutdown cancels a load still under way: it
+  // changes nothing and its `done` never runs.
+  void LoadSubtitleAsync(const QString& path, std::function<void(bool loaded)> done);
+  // A load from LoadSubtitleAsync is under way and not cancelled.
+  bool IsLoading() const;
   // Reads the current track again with the style from the settings: how a
   // style change reaches the screen. ASS files keep their own styles.
   bool ReloadSubtitle();
@@ -95,9 +113,23 @@ class SubtitleManager {
   std::shared_ptr<const CMemSubPic> GetSubPic(int64_t time100ns);
 
  private:
+  struct LoadJob {
+    uint64_t Generation = 0;
+    QString Path;
+    SubtitleStyle Style;
+    std::function<void(bool)> Done;
+  };
+
   // With operationMutex_ held.
   void ShutdownLocked();
   bool LoadSubtitleLocked(const QString& path);
+  // Puts a prepared load in place as the one track; the previous one goes.
+  bool AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared);
+  // Hands a track to the worker to be freed there.
+  void Retire(std::unique_ptr<AssContext> track);
+  // Makes every load under way stale; returns the new generation.
+  uint64_t CancelLoads();
+  void RunWorker();
 
   std::mutex operationMutex_;      // one owner operation at a time
   mutable std::mutex stateMutex_;  // the fields below; held only briefly
@@ -110,6 +142,18 @@ class SubtitleManager {
   std::shared_ptr<CSubtitleProvider> provider_;
   std::vector<SubtitleTrackInfo> tracks_;
   int32_t currentTrack_ = -1;
+
+  // The asynchronous loads: the newest request waits in pendingLoad_; a load
+  // whose generation is no longer loadGeneration_ is stale.
+  std::atomic<uint64_t> loadGeneration_{0};
+  mutable std::mutex loadMutex_;  // the fields below
+  std::condition_variable loadRequested_;
+  std::optional<LoadJob> pendingLoad_;
+  std::vector<std::unique_ptr<AssContext>> retiredTracks_;  // freed by the worker
+  uint64_t runningGeneration_ = 0;
+  bool stopping_ = false;
+  std::thread worker_;
+  std::unique_ptr<QObject> relay_;  // on the creating thread; `done` runs there
 };
 
 }  // namespace zelvaro

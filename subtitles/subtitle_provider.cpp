@@ -35,7 +35,7 @@ QSize FrameSizeFor(QSize renderSize) {
 
 }  // namespace
 
-struct CSubtitleProvider::Prepared {
+struct PreparedSubtitle {
   SubtitleType Type = SubtitleType::kUnknown;
   std::unique_ptr<AssContext> Ass;
   std::vector<SrtCue> Cues;
@@ -50,126 +50,131 @@ CSubtitleProvider::~CSubtitleProvider() {
   Clear();
 }
 
-CSubtitleProvider::Prepared CSubtitleProvider::Prepare(const QString& path, QSize frameSize,
-                                                       const SubtitleStyle& style) {
-  Prepared prepared;
+std::shared_ptr<PreparedSubtitle> CSubtitleProvider::Prepare(
+    const QString& path, const SubtitleStyle& style, const std::function<bool()>& cancelled) {
+  auto stop = [&] { return cancelled && cancelled(); };
+  auto prepared = std::make_shared<PreparedSubtitle>();
   const SubtitleType type = DetectSubtitleType(path);
   Trace("Subtitle type: %d", static_cast<int>(type));
   std::optional<QByteArray> bytes = ReadSubtitleFile(path);
-  if (!bytes) return prepared;
+  if (!bytes || stop()) return nullptr;
   Trace("Subtitle content size: %lld bytes", static_cast<long long>(bytes->size()));
   const DecodedSubtitleText text = DecodeSubtitleText(
       std::move(*bytes),
       type == SubtitleType::kSami ? SubtitleTextKind::kSami : SubtitleTextKind::kGeneric);
   bytes.reset();
   Trace("Subtitle encoding: %s", text.Encoding.c_str());
+  if (stop()) return nullptr;
 
-  if (std::unique_ptr<AssContext> ass = CreateAssContext(frameSize)) {
-    bool read = false;
-    switch (type) {
-      case SubtitleType::kSrt:
-      case SubtitleType::kWebVtt:
-      case SubtitleType::kSami: {
-        const std::string script = type == SubtitleType::kSrt ? ConvertSrtToAss(style, text.Utf8)
-                                   : type == SubtitleType::kWebVtt
-                                       ? ConvertWebVttToAss(style, text.Utf8)
-                                       : ConvertSamiToAss(style, text.Utf8);
-        Trace("ASS content size: %zu bytes", script.size());
-        read = ReadAssScript(ass.get(), script);
-        break;
-      }
-      default:
-        read = ReadAssScript(ass.get(), text.Utf8);
-        break;
+  AssTrackHandle track;
+  switch (type) {
+    case SubtitleType::kSrt:
+    case SubtitleType::kWebVtt:
+    case SubtitleType::kSami: {
+      std::string script = type == SubtitleType::kSrt      ? ConvertSrtToAss(style, text.Utf8)
+                           : type == SubtitleType::kWebVtt ? ConvertWebVttToAss(style, text.Utf8)
+                                                           : ConvertSamiToAss(style, text.Utf8);
+      Trace("ASS content size: %zu bytes", script.size());
+      if (stop()) return nullptr;
+      track = ReadAssScript(script, AssScriptOrigin::kConverted);
+      break;
     }
-    if (read) {
-      prepared.Type = SubtitleType::kAss;
-      prepared.Ass = std::move(ass);
-    }
+    default:
+      track = ReadAssScript(text.Utf8, AssScriptOrigin::kFile);
+      break;
+  }
+  if (stop()) return nullptr;
+  if (track) {
+    prepared->Type = SubtitleType::kAss;
+    prepared->Ass = std::make_unique<AssContext>();
+    prepared->Ass->Track = std::move(track);
   }
 
-  if (!prepared.Ass) {
+  if (!prepared->Ass) {
     // What libass refused may still be plain cues.
     if (type == SubtitleType::kWebVtt)
-      ParseWebVttCues(text.Utf8, &prepared.Cues);
+      ParseWebVttCues(text.Utf8, &prepared->Cues);
     else if (type == SubtitleType::kSrt)
-      ParseSrtCues(text.Utf8, &prepared.Cues);
-    if (prepared.Cues.empty()) ParseSrtCues(text.Utf8, &prepared.Cues);
-    if (!prepared.Cues.empty()) prepared.Type = SubtitleType::kSrt;
+      ParseSrtCues(text.Utf8, &prepared->Cues);
+    if (prepared->Cues.empty()) ParseSrtCues(text.Utf8, &prepared->Cues);
+    if (!prepared->Cues.empty()) prepared->Type = SubtitleType::kSrt;
     // The same bound on a line as libass gets; the cue painter lays out
     // the whole text.
-    for (SrtCue& cue : prepared.Cues)
+    for (SrtCue& cue : prepared->Cues)
       if (cue.Text.size() > static_cast<qsizetype>(kMaxAssEventTextBytes))
         cue.Text.truncate(static_cast<qsizetype>(kMaxAssEventTextBytes));
   }
-  if (!prepared.Loaded()) return prepared;
+  if (!prepared->Loaded()) return prepared;
 
   std::vector<std::pair<int64_t, int64_t>> intervals;
-  if (prepared.Ass) {
-    const ASS_Track* track = prepared.Ass->Track.get();
-    intervals.reserve(static_cast<size_t>(track->n_events));
-    for (int i = 0; i < track->n_events; ++i) {
-      const ASS_Event& event = track->events[i];
+  if (prepared->Ass) {
+    const ASS_Track* assTrack = prepared->Ass->Track.get();
+    intervals.reserve(static_cast<size_t>(assTrack->n_events));
+    for (int i = 0; i < assTrack->n_events; ++i) {
+      const ASS_Event& event = assTrack->events[i];
       intervals.emplace_back(event.Start, SaturatingAdd(event.Start, event.Duration));
     }
   } else {
-    intervals.reserve(prepared.Cues.size());
-    for (const SrtCue& cue : prepared.Cues) intervals.emplace_back(cue.StartMs, cue.EndMs);
+    intervals.reserve(prepared->Cues.size());
+    for (const SrtCue& cue : prepared->Cues) intervals.emplace_back(cue.StartMs, cue.EndMs);
   }
-  prepared.Events.reserve(intervals.size());
+  prepared->Events.reserve(intervals.size());
   for (const auto& [start, stop] : intervals)
-    prepared.Events.push_back({MsTo100ns(start), MsTo100ns(stop)});
+    prepared->Events.push_back({MsTo100ns(start), MsTo100ns(stop)});
   std::stable_sort(
-      prepared.Events.begin(), prepared.Events.end(),
+      prepared->Events.begin(), prepared->Events.end(),
       [](const SubtitleEvent& a, const SubtitleEvent& b) { return a.Start < b.Start; });
-  prepared.Timeline.Build(intervals);
-  Trace("Total events loaded: %zu", prepared.Events.size());
+  prepared->Timeline.Build(intervals);
+  Trace("Total events loaded: %zu", prepared->Events.size());
   return prepared;
 }
 
 bool CSubtitleProvider::Load(const QString& path) {
-  QSize frameSize;
-  SubtitleStyle style;
-  {
-    std::lock_guard lock(mutex_);
-    Clear();
-    frameSize = FrameSizeFor(renderSize_);
-    style = style_;
-  }
-  Prepared prepared = Prepare(path, frameSize, style);
-  const bool loaded = prepared.Loaded();
+  Clear();
+  return Adopt(Prepare(path, GetStyle(), {}));
+}
 
-  std::lock_guard lock(mutex_);
-  std::lock_guard assLock(assMutex_);
-  if (loaded) {
-    // The render size may have changed while the file was read.
-    const QSize currentSize = FrameSizeFor(renderSize_);
-    if (prepared.Ass && prepared.Ass->FrameSize != currentSize) {
-      prepared.Ass->FrameSize = currentSize;
-      ass_set_frame_size(prepared.Ass->Renderer.get(), currentSize.width(), currentSize.height());
-    }
-    type_ = prepared.Type;
-    ass_ = std::move(prepared.Ass);
-    cues_ = std::move(prepared.Cues);
-    events_ = std::move(prepared.Events);
-    timeline_ = std::move(prepared.Timeline);
+bool CSubtitleProvider::Adopt(std::shared_ptr<PreparedSubtitle> prepared) {
+  if (!prepared || !prepared->Loaded()) {
+    Clear();
+    return false;
   }
+  std::lock_guard lock(mutex_);
+  if (prepared->Ass) prepared->Ass->FrameSize = FrameSizeFor(renderSize_);
+  type_ = prepared->Type;
+  std::unique_ptr<AssContext> old = std::move(ass_);
+  ass_ = std::move(prepared->Ass);
+  cues_ = std::move(prepared->Cues);
+  events_ = std::move(prepared->Events);
+  timeline_ = std::move(prepared->Timeline);
   ContentChanged();
-  return loaded;
+  FreeAssContext(std::move(old));
+  return true;
+}
+
+void CSubtitleProvider::FreeAssContext(std::unique_ptr<AssContext> context) {
+  if (!context) return;
+  // The shared renderer last drew from this track; it must not be drawing
+  // from it while it goes.
+  AssEngine* engine = AssEngine::Instance();
+  if (engine == nullptr) return;  // no track was ever read
+  std::lock_guard assLock(engine->Mutex());
+  context.reset();
 }
 
 void CSubtitleProvider::Clear() {
+  FreeAssContext(TakeTrackAndClear());
+}
+
+std::unique_ptr<AssContext> CSubtitleProvider::TakeTrackAndClear() {
   std::lock_guard lock(mutex_);
-  std::unique_ptr<AssContext> old;
-  {
-    std::lock_guard assLock(assMutex_);
-    old = std::move(ass_);
-  }
+  std::unique_ptr<AssContext> track = std::move(ass_);
   cues_.clear();
   events_.clear();
   timeline_.Clear();
   type_ = SubtitleType::kUnknown;
   ContentChanged();
+  return track;
 }
 
 SubtitleType CSubtitleProvider::GetType() const {
@@ -209,12 +214,9 @@ int64_t CSubtitleProvider::GetDelay() const {
 void CSubtitleProvider::SetRenderSize(QSize size) {
   std::lock_guard lock(mutex_);
   renderSize_ = size;
-  std::lock_guard assLock(assMutex_);
   const QSize frameSize = FrameSizeFor(size);
   if (!ass_ || ass_->FrameSize == frameSize) return;
   ass_->FrameSize = frameSize;
-  ass_set_frame_size(ass_->Renderer.get(), frameSize.width(), frameSize.height());
-  Trace("libass: frame=%dx%d", frameSize.width(), frameSize.height());
   ContentChanged();
 }
 
@@ -269,12 +271,13 @@ ISubPicProvider::Probe CSubtitleProvider::ProbeAt(int64_t time100ns) {
   std::lock_guard lock(mutex_);
   const int64_t timeMs = SubtitleTimeMs(time100ns);
   if (!timeline_.SegmentAt(timeMs)) return {false, contentSerial_};
-  std::lock_guard assLock(assMutex_);
   if (ass_) {
     // The cheap way to learn whether the last drawn picture still holds:
     // libass compares with the frame it produced before.
+    AssEngine* engine = AssEngine::Instance();
+    std::lock_guard assLock(engine->Mutex());
     int change = 0;
-    ass_render_frame(ass_->Renderer.get(), ass_->Track.get(), timeMs, &change);
+    engine->RenderFrame(ass_->Track.get(), ass_->FrameSize, timeMs, &change);
     if (change != 0) ContentChanged();
   }
   return {true, contentSerial_};
@@ -290,10 +293,11 @@ bool CSubtitleProvider::Render(const SubPicDesc& target, int64_t time100ns, SubP
   const int64_t timeMs = SubtitleTimeMs(time100ns);
 
   if (ass_) {
-    std::lock_guard assLock(assMutex_);
+    AssEngine* engine = AssEngine::Instance();
+    std::lock_guard assLock(engine->Mutex());
     int change = 0;
     const ASS_Image* images =
-        ass_render_frame(ass_->Renderer.get(), ass_->Track.get(), timeMs, &change);
+        engine->RenderFrame(ass_->Track.get(), ass_->FrameSize, timeMs, &change);
     if (change != 0) ContentChanged();
     *contentSerial = contentSerial_;
     ZELVARO_TRACE_FIRST(10, "RenderFrame: time=%lld img=%p", static_cast<long long>(timeMs),

@@ -4,11 +4,12 @@
 // plain cues that it draws itself (cue_painter.h), and answers which events
 // are active at a time.
 //
-// Threads: Load, Clear, SetStyle and SetDelay come from the owner's thread;
-// ProbeAt and Render from the renderer's, through the queue. Load does its
-// reading, decoding, conversion and libass set-up on new objects without a
-// lock, and swaps them in at the end, so the renderer never waits on a large
-// file. Two recursive locks: the provider lock, then the libass lock.
+// Threads: Load, Adopt, Clear, SetStyle and SetDelay come from the owner;
+// ProbeAt and Render from the renderer's thread, through the queue. A load is
+// two halves: Prepare reads, decodes, converts and parses on new objects
+// without any lock (on a worker thread), Adopt swaps the result in at once,
+// so the renderer never waits on a large file. Two recursive locks: the
+// provider lock, then the process's libass lock (libass_context.h).
 //
 // Times: video time in 100-ns units outside; subtitle time in milliseconds
 // inside. The delay moves the subtitles: the subtitle time shown at video
@@ -26,6 +27,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -37,6 +39,9 @@ struct SubtitleEvent {
   int64_t Start = 0;
   int64_t Stop = 0;
 };
+
+// What a load has read, ready to be adopted by a provider. Opaque.
+struct PreparedSubtitle;
 
 class CSubtitleProvider : public ISubPicProvider {
  public:
@@ -50,7 +55,20 @@ class CSubtitleProvider : public ISubPicProvider {
   // as plain cues. The previous subtitle is gone either way. False when
   // nothing could be read: no file, too large, or no event in it.
   bool Load(const QString& path);
+  // The first half of Load, for any thread and without a provider: null when
+  // the file can't be read or `cancelled` (asked between the steps) says so.
+  static std::shared_ptr<PreparedSubtitle> Prepare(const QString& path, const SubtitleStyle& style,
+                                                   const std::function<bool()>& cancelled);
+  // The second half: what was prepared becomes the subtitle; when nothing
+  // could be read (null or no event), the previous subtitle is gone. Returns
+  // whether a subtitle was loaded.
+  bool Adopt(std::shared_ptr<PreparedSubtitle> prepared);
   void Clear();
+  // Clear, except that the libass track is handed to the caller, who frees
+  // it with FreeAssContext (a large one takes a while to free).
+  std::unique_ptr<AssContext> TakeTrackAndClear();
+  // Frees a track under the libass lock; null does nothing.
+  static void FreeAssContext(std::unique_ptr<AssContext> context);
 
   // libass (kAss) or the cue path (kSrt) after a load; kUnknown before.
   SubtitleType GetType() const;
@@ -78,16 +96,12 @@ class CSubtitleProvider : public ISubPicProvider {
               uint64_t* contentSerial) override;
 
  private:
-  struct Prepared;
-  static Prepared Prepare(const QString& path, QSize frameSize, const SubtitleStyle& style);
-
   int64_t SubtitleTimeMs(int64_t time100ns) const;
   SubPicWindow WindowAt(int64_t time100ns) const;
   // Call with the provider lock held whenever what would be drawn changes.
   void ContentChanged() { ++contentSerial_; }
 
-  mutable std::recursive_mutex mutex_;     // the provider lock
-  mutable std::recursive_mutex assMutex_;  // the libass lock, taken inside mutex_
+  mutable std::recursive_mutex mutex_;  // the provider lock
   QSize renderSize_;
   SubtitleType type_ = SubtitleType::kUnknown;
   std::unique_ptr<AssContext> ass_;  // with a track, or null

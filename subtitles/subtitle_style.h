@@ -12,8 +12,8 @@ namespace zelvaro {
 
 struct SubtitleStyle {
   // On Linux this face is usually absent; libass and the cue painter fall
-  // back to a CJK-capable face (kSubtitleFallbackFamily) rather than to one
-  // without Hangul.
+  // back to kSubtitleFallbackFamily, and fontconfig to a face that covers
+  // each character.
   QString FontName = QStringLiteral("Malgun Gothic");
   int32_t FontSize = 0;  // below 1: the script uses 24
   double Outline = 2.5;  // in pixels of a 1080-line picture
@@ -30,8 +30,9 @@ struct SubtitleStyle {
   bool operator==(const SubtitleStyle&) const = default;
 };
 
-// The family used when the style's face (or a script's) is not installed.
-inline constexpr char kSubtitleFallbackFamily[] = "Noto Sans CJK KR";
+// The family used when the style's face (or a script's) is not installed:
+// fontconfig's alias, whose rules choose the face.
+inline constexpr char kSubtitleFallbackFamily[] = "sans-serif";
 
 // Reads the eleven Sub* settings into `style`; a value that is absent keeps
 // what `style` held. Outline and shadow are stored times ten.

@@ -114,6 +114,8 @@ std::optional<int64_t> ParseWebVttTime(std::string_view text) {
   const int64_t hours = fieldCount == 3 ? fields[0] : 0;
   const int64_t minutes = fields[fieldCount - 2];
   const int64_t seconds = fields[fieldCount - 1];
+  // "00:60:00.000" is no time: read as one, a cue would stay up for an hour.
+  if (minutes > 59 || seconds > 59) return std::nullopt;
   // Hours beyond any film are clamped rather than overflowed.
   constexpr int64_t kMaxHours = 1'000'000'000;
   return std::min(hours, kMaxHours) * 3600000 + std::min(minutes, kMaxHours) * 60000 +
@@ -182,15 +184,20 @@ void ReadWebVtt(std::string_view utf8, CueFn&& cue) {
           state = State::kBetween;
           break;
         }
-        // A timing line without the blank before it starts the next cue; an
-        // arrow that is no timing line is text.
-        int64_t nextStart = 0;
-        int64_t nextEnd = 0;
-        if (line.find("-->") != std::string_view::npos &&
-            ParseTimingLine(line, &nextStart, &nextEnd)) {
+        // A line with an arrow never shows inside a cue: a timing line
+        // without the blank before it starts the next cue, a broken one ends
+        // this cue and what follows it up to the blank is dropped.
+        if (line.find("-->") != std::string_view::npos) {
+          int64_t nextStart = 0;
+          int64_t nextEnd = 0;
+          const bool timing = ParseTimingLine(line, &nextStart, &nextEnd);
           finish();
-          startMs = nextStart;
-          endMs = nextEnd;
+          if (timing) {
+            startMs = nextStart;
+            endMs = nextEnd;
+          } else {
+            state = State::kSkip;
+          }
           break;
         }
         if (!text.empty()) text.push_back('\n');

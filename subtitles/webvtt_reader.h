@@ -24,7 +24,8 @@ std::string ConvertWebVttToAss(const SubtitleStyle& style, std::string_view utf8
 
 // "[hh:]mm:ss.fff" in milliseconds; any number of hour digits, and a
 // fraction of one to three digits read as a decimal fraction (".5" is 500).
-// A comma is taken for the point. Nothing else may stand in the text.
+// A comma is taken for the point. Nothing else may stand in the text, and
+// minutes and seconds stop at 59.
 std::optional<int64_t> ParseWebVttTime(std::string_view text);
 
 }  // namespace zelvaro

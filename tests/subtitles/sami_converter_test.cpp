@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace zelvaro {
@@ -144,6 +148,26 @@ TEST(SamiConverterTest, NoSyncGivesNothingAndMalformedTagsKeepWhatWasRead) {
   EXPECT_EQ(Sami("<SYNC Start=0>kept<SYNC nostart>x"),
             (std::vector<std::string>{"Dialogue: 0,0:00:00.00,0:00:05.00,Default,,0,0,0,,kept"}));
   EXPECT_EQ(ConvertSamiToAss(SubtitleStyle{}, "<SYNC Start=100"), "");
+}
+
+TEST(SamiConverterTest, SearchesThatRunToTheEndOfAHostileFileStayLinear) {
+  // Many syncs, each search of which finds its needle only at the far end.
+  std::string manySyncs;
+  while (manySyncs.size() < 5'000'000) manySyncs += "<sync>a";
+  std::string noTagEnd;
+  while (noTagEnd.size() < 5'000'000) noTagEnd += "<sync start=1 ";
+  for (const std::string& hostile :
+       {manySyncs + "<sync start=2000>last", "<sync start=1>x" + noTagEnd + ">"}) {
+    // A quadratic scan of 5 MB takes hours; linear, well under a second.
+    // Run apart so that a regression fails here instead of hanging the suite.
+    auto result = std::make_shared<std::promise<size_t>>();
+    std::future<size_t> size = result->get_future();
+    std::thread([result, hostile] {
+      result->set_value(ConvertSamiToAss(SubtitleStyle{}, hostile).size());
+    }).detach();
+    ASSERT_EQ(size.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    EXPECT_GT(size.get(), 0u);
+  }
 }
 
 }  // namespace

@@ -5,10 +5,14 @@
 #include "tests/subtitles/subtitle_test_support.h"
 #include "tests/support/temp_home.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringEncoder>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -173,6 +177,69 @@ TEST_F(SubtitleManagerTest, UnreadableFilesFailQuietlyAndClearThePreviousTrack) 
   SubtitleManager uninitialised;
   EXPECT_FALSE(uninitialised.LoadSubtitle(Write(QStringLiteral("x.srt"), kSrt)));
   EXPECT_EQ(uninitialised.GetSubPic(2 * kSecond), nullptr);
+}
+
+// Runs the event loop until `condition` holds or 30 s have gone.
+template <typename Condition>
+bool WaitFor(Condition condition) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!condition()) {
+    if (timer.hasExpired(30'000)) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  }
+  return true;
+}
+
+TEST_F(SubtitleManagerTest, AsyncLoadsReportOnTheCallersThreadAndTheNewestWins) {
+  const QThread* callerThread = QThread::currentThread();
+  std::vector<std::pair<QString, bool>> reports;
+  auto load = [&](const QString& path) {
+    manager_.LoadSubtitleAsync(path, [&, path](bool loaded) {
+      EXPECT_EQ(QThread::currentThread(), callerThread);
+      reports.emplace_back(QFileInfo(path).fileName(), loaded);
+    });
+  };
+  // Large enough that the second request comes while the first is read.
+  std::string big;
+  for (int i = 0; big.size() < 8'000'000; ++i)
+    big += std::to_string(i + 1) + "\n00:10:00,000 --> 00:10:01,000\nfiller line " +
+           std::to_string(i) + "\n\n";
+  const QString bigPath = Write(QStringLiteral("big.srt"), QByteArray::fromStdString(big));
+  const QString smallPath = Write(QStringLiteral("small.srt"), kSrt);
+
+  load(bigPath);
+  load(smallPath);
+  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  EXPECT_FALSE(manager_.IsLoading());
+  ASSERT_EQ(reports, (std::vector<std::pair<QString, bool>>{{QStringLiteral("small.srt"), true}}));
+  ASSERT_EQ(manager_.GetTracks().size(), 1u);
+  EXPECT_EQ(manager_.GetTracks()[0].Path, smallPath);
+  EXPECT_NE(manager_.GetSubPic(2 * kSecond), nullptr);
+
+  // The shown subtitle stays while the next one loads; a Clear cancels that
+  // load, and a failure says so and leaves nothing.
+  reports.clear();
+  load(bigPath);
+  EXPECT_TRUE(manager_.IsLoading());
+  EXPECT_NE(manager_.GetSubPic(2 * kSecond), nullptr);
+  manager_.Clear();
+  EXPECT_FALSE(manager_.IsLoading());
+  load(home_.Root() + QStringLiteral("/missing.srt"));
+  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  EXPECT_EQ(reports,
+            (std::vector<std::pair<QString, bool>>{{QStringLiteral("missing.srt"), false}}));
+  EXPECT_FALSE(manager_.HasSubtitle());
+
+  // An ASS script without events is still a script.
+  reports.clear();
+  load(Write(QStringLiteral("empty.ass"),
+             "[Script Info]\nScriptType: v4.00+\n\n[Events]\nFormat: Layer, Start, End, "
+             "Style, Text\n"));
+  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  EXPECT_TRUE(reports[0].second);
+  EXPECT_TRUE(manager_.HasSubtitle());
+  EXPECT_EQ(manager_.GetSubPic(2 * kSecond), nullptr);
 }
 
 TEST_F(SubtitleManagerTest, WhatLibassRefusesIsDrawnAsPlainCues) {
