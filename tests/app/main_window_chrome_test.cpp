@@ -20,6 +20,14 @@ namespace {
 
 constexpr int kWaitMs = 20000;
 
+// Ten minutes with a keyframe every 2 s: nothing ends while a busy machine
+// catches up with the pointer.
+QString LongClip(const test::TempHome& home) {
+  const QString path = home.WriteFile(QStringLiteral("one/long.mp4"), QByteArray());
+  QFile::remove(path);
+  return QFile::copy(test::FixturePath(QStringLiteral("long_lowres.mp4")), path) ? path : QString();
+}
+
 QPoint ButtonCentre(chrome::ToolbarWindow& toolbar, int button) {
   const chrome::ToolbarGeometry geometry =
       chrome::ComputeToolbarGeometry(toolbar.width(), DpiScale, toolbar.State().HasVideo);
@@ -58,8 +66,7 @@ class MainWindowChromeTest : public QObject {
     if (display == nullptr) QSKIP("needs an X11 display with XTEST");
     MainWindow* window = test::StartPlayer();
     QVERIFY(window);
-    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("one"), {"clip.mp4"});
-    QVERIFY(window->OpenFile(clips.front()));
+    QVERIFY(window->OpenFile(LongClip(*home_)));
     chrome::ToolbarWindow* toolbar = window->toolbar();
     QVERIFY(toolbar);
     QTRY_VERIFY_WITH_TIMEOUT(toolbar->State().IsPlaying && toolbar->State().Duration > 0, kWaitMs);
@@ -68,15 +75,15 @@ class MainWindowChromeTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(window->graph()->State(), 1, kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(!toolbar->State().IsPlaying, kWaitMs);
 
-    // 75 % of the bar; the seek snaps to a keyframe, one a second in this clip.
+    // 75 % of the bar; the seek snaps to a keyframe, one every 2 s.
     const chrome::ToolbarGeometry geometry =
         chrome::ComputeToolbarGeometry(toolbar->width(), DpiScale, toolbar->State().HasVideo);
     const QPoint onBar(geometry.XAt(0.75), (geometry.SeekTop + geometry.SeekBottom) / 2);
     const double duration = window->graph()->GetDuration();
     test::XClick(display, toolbar->mapToGlobal(onBar));
-    QTRY_VERIFY_WITH_TIMEOUT(std::abs(window->graph()->GetPosition() - 0.75 * duration) <= 1.0,
+    QTRY_VERIFY_WITH_TIMEOUT(std::abs(window->graph()->GetPosition() - 0.75 * duration) <= 2.0,
                              kWaitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(std::abs(toolbar->State().Progress - 0.75) < 0.25, kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(std::abs(toolbar->State().Progress - 0.75) < 0.01, kWaitMs);
     QCOMPARE(window->graph()->State(), 1);
   }
 
@@ -93,8 +100,7 @@ class MainWindowChromeTest : public QObject {
     qputenv(painter ? "ZELVARO_NO_OPENGL" : "ZELVARO_OPENGL", painter ? "1" : "force");
     MainWindow* window = test::StartPlayer();
     QVERIFY(window);
-    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("one"), {"clip.mp4"});
-    QVERIFY(window->OpenFile(clips.front()));
+    QVERIFY(window->OpenFile(LongClip(*home_)));
     window->PlayPause();  // a still picture to read the screen against
     QTRY_VERIFY_WITH_TIMEOUT(!window->videoWindow()->DisplayedImage().isNull(), kWaitMs);
 
