@@ -7,6 +7,7 @@
 #include "chrome/popup_placement.h"
 #include "chrome/tooltip_window.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 
 namespace zelvaro::chrome {
@@ -27,6 +28,24 @@ ThumbnailPopup::ThumbnailPopup(QWidget* owner)
   setAttribute(Qt::WA_TransparentForMouseEvents);
   setAttribute(Qt::WA_OpaquePaintEvent);
   setFocusPolicy(Qt::NoFocus);
+}
+
+void ThumbnailPopup::Prepare() {
+  resize(kDefaultPictureWidth + Scaled(kExtraWidth), kDefaultPictureHeight + Scaled(kExtraHeight));
+  winId();
+  if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+    // Mapping a new X window the first time costs a frame or more; once
+    // mapped, the next show is cheap. Elsewhere a popup cannot be put out of
+    // sight, so it waits for the first hover.
+    move(-10000, -10000);
+    show();
+    hide();
+  }
+  QImage scratch(size(), QImage::Format_ARGB32_Premultiplied);
+  render(&scratch);
+  QPainter painter(&scratch);
+  painter.setFont(font_);
+  painter.drawText(scratch.rect(), Qt::AlignCenter, QStringLiteral("0123456789:"));
 }
 
 void ThumbnailPopup::TakePicture(const QImage& picture, QSize pictureSize) {

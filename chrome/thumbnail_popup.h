@@ -32,6 +32,10 @@ class ThumbnailPopup : public QWidget {
   void UpdatePicture(const QImage& picture, QSize pictureSize);
   // Hides it and drops the picture.
   void Clear();
+  // Makes the window (on X11 maps it once out of sight) and paints it once
+  // off screen, so the first hover does not pay for the native window and
+  // the font on the interface thread.
+  void Prepare();
 
   const QImage& Picture() const { return picture_; }
   double Fraction() const { return fraction_; }  // -1 when nothing is on show

@@ -96,6 +96,7 @@ class ToolbarWindow : public QWidget {
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void leaveEvent(QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void hideEvent(QHideEvent* event) override;
 
  private:
@@ -114,6 +115,7 @@ class ToolbarWindow : public QWidget {
   void SetProgressNow(double fraction);
   void SetVolumeFromDrag(int x);
   bool PreviewAllowed(QPoint point) const;
+  void PreparePopup();
   QPoint PreviewAnchor(QPoint global) const;
   qintptr Send(int message, qintptr wParam = 0, qintptr lParam = 0);
 

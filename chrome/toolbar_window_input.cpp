@@ -13,6 +13,7 @@
 
 #include <QMenu>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QWindow>
 
 #include <cmath>
@@ -296,7 +297,22 @@ QPoint ToolbarWindow::PreviewAnchor(QPoint global) const {
 void ToolbarWindow::SetPreviewFrames(bool enabled, PreviewFrames frames) {
   previewEnabled_ = enabled;
   frames_ = std::move(frames);
-  if (!previewEnabled_ || !frames_.GetFrame) HidePreview();
+  if (!previewEnabled_ || !frames_.GetFrame) {
+    HidePreview();
+  } else if (isVisible()) {
+    PreparePopup();
+  }
+}
+
+void ToolbarWindow::PreparePopup() {
+  if (popup_ != nullptr || !previewEnabled_ || !frames_.GetFrame) return;
+  popup_ = new ThumbnailPopup(this);
+  popup_->Prepare();
+}
+
+void ToolbarWindow::showEvent(QShowEvent*) {
+  // Once the player is on screen, the popup is made ahead of the first hover.
+  QTimer::singleShot(0, this, [this] { PreparePopup(); });
 }
 
 void ToolbarWindow::ShowPreview(QPoint globalPos, double fraction) {
