@@ -184,10 +184,14 @@ void MainWindow::Stop() {
 }
 
 void MainWindow::OnGraphEvent(long eventCode) {
-  if (!graph_ || eventCode != EC_COMPLETE) return;
+  // An error the engine could not mend (damaged data, a dropped stream) ends
+  // the input as its end would, so the player never sits frozen on it.
+  const bool ended = eventCode == EC_COMPLETE || eventCode == kEcErrorAbort;
+  if (!graph_ || !ended) return;
   ClearAlbumArt();
 
-  if (ContinueFromMarkA()) return;
+  // Repeating from A after an error would only meet the error again.
+  if (eventCode == EC_COMPLETE && ContinueFromMarkA()) return;
 
   if (!playlist_) {
     OnCommand(ID_STOP);

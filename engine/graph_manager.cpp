@@ -92,10 +92,41 @@ void GraphManager::PostGraphEvent(uint64_t generation, long eventCode) {
   QMetaObject::invokeMethod(
       eventRelay_.get(),
       [this, generation, eventCode] {
-        if (generation != graphGeneration_ || !graphEventSink_) return;
-        graphEventSink_(eventCode);
+        if (generation == graphGeneration_) HandleGraphEvent(eventCode);
       },
       Qt::QueuedConnection);
+}
+
+void GraphManager::HandleGraphEvent(long eventCode) {
+  if (eventCode == kEcErrorAbort && RebuildAfterDecoderFault()) return;
+  if (graphEventSink_) graphEventSink_(eventCode);
+}
+
+bool GraphManager::RebuildAfterDecoderFault() {
+  std::lock_guard<std::recursive_mutex> guard(lock_);
+  if (!graph_ || currentPath_.isEmpty() || !graph_->LastErrorWasHardwareDecoder()) return false;
+  const QString path = currentPath_;
+  const int64_t position = graph_->Position100ns().value_or(0);
+  const int state = state_;
+  const ABRepeat marks = abRepeat_;
+  Trace("Hardware video decoder failed at %.2f s; rebuilding in software", ToSeconds(position));
+  Close();
+  hwAccel_ = kHwAccelNone;
+  softwareOnly_ = true;
+  const bool built = BuildGraph(path);
+  softwareOnly_ = false;
+  if (!built) {
+    Close();
+    return false;
+  }
+  currentPath_ = path;
+  state_ = 0;
+  abRepeat_ = marks;
+  if (!isUrlInput_) LoadSideSubtitles(path);
+  Seek(ToSeconds(position), false, 0);
+  if (state == 2) return Play();
+  if (state == 1) Pause();
+  return true;
 }
 
 bool GraphManager::OpenFile(const QString& path) {
@@ -119,7 +150,10 @@ bool GraphManager::OpenFile(const QString& path) {
         return false;
       }
       hwAccel_ = kHwAccelNone;
-      if (!BuildGraph(path)) {
+      softwareOnly_ = true;
+      bool built = BuildGraph(path);
+      softwareOnly_ = false;
+      if (!built) {
         Close();
         return false;
       }
@@ -153,6 +187,7 @@ bool GraphManager::BuildGraph(const QString& path) {
   request.audioStages = audioStageNames_;
   request.audioRenderer = audioRendererFactory_;
   request.timeoutMs = request.isUrl ? kUrlBuildTimeoutMs : kFileBuildTimeoutMs;
+  request.forceSoftware = softwareOnly_;
   isUrlInput_ = request.isUrl;
 
   uint64_t generation = ++graphGeneration_;

@@ -14,7 +14,9 @@
 // and the graph events (kEcComplete at the end of the input, kEcErrorAbort)
 // come back to the interface thread as queued calls of the sink set with
 // SetGraphEventSink, never directly; an event of a graph that has since been
-// closed is dropped.
+// closed is dropped. A fault of a hardware video decoder never reaches the
+// sink: the input is rebuilt in software where it stood. Any other error
+// does, once per graph, and means the input has ended.
 //
 // Ownership: GraphManager owns the graph and everything in it. The
 // VideoOutput (the video window and its renderer) is borrowed: the owner
@@ -188,6 +190,12 @@ class GraphManager {
   void ApplyAudioSettings();
   // Runs on a GStreamer thread; hops to the interface thread.
   void PostGraphEvent(uint64_t generation, long eventCode);
+  // On the interface thread: mends what can be mended, passes the rest on.
+  void HandleGraphEvent(long eventCode);
+  // A hardware video decoder failed while playing: the same input again in
+  // software, at the same position and state. False when that is not the
+  // fault or the rebuild fails (the input then ends).
+  bool RebuildAfterDecoderFault();
   void LoadSideSubtitles(const QString& mediaPath);
   void ClearSubtitles();
 
@@ -217,6 +225,8 @@ class GraphManager {
   AudioStageNames audioStageNames_;
   std::function<ElementRef()> audioRendererFactory_;
   bool lastBuildHardwareFailed_ = false;
+  // The builds after a hardware fault decode in software whatever the size.
+  bool softwareOnly_ = false;
   // The table of the last file read, so a rebuild of the same unchanged file
   // (software fall-back, retry) does not read its index again.
   QString keyframeSourcePath_;

@@ -132,14 +132,15 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   if (width >= 1 && height >= 1) Trace("Detected video resolution: %dx%d", width, height);
   const double rate = rateNum > 0 && rateDen > 0 ? static_cast<double>(rateNum) / rateDen : 0.0;
 
-  int wanted = HwAccelForVideoSize(request_.hwAccel, width, height);
+  int wanted =
+      request_.forceSoftware ? kHwAccelNone : HwAccelForVideoSize(request_.hwAccel, width, height);
   VideoDecoderChoice choice = ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height,
                                                  request_.video, request_.probe);
   std::string factory =
       choice.factory.empty() ? DecoderFactoryFor(caps, "video/x-raw") : choice.factory;
   {
     std::lock_guard<std::mutex> guard(mutex_);
-    result_.resolutionOverride = width > 3840 || height > 2160;
+    result_.resolutionOverride = !request_.forceSoftware && (width > 3840 || height > 2160);
     result_.effectiveHwAccel = choice.hwAccel;
     result_.videoWidth = width;
     result_.videoHeight = height;

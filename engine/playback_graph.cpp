@@ -266,14 +266,18 @@ void PlaybackGraph::HandleBusMessage(GstMessage* message) {
         videoDecoder = lavVideo_;
       }
       bool fromVideoDecoder = IsDescendantOf(source, videoDecoder.get());
+      // A decoder that cannot take the stream's caps (profile, depth,
+      // chroma) lets the demuxer raise the error, as not-negotiated.
+      bool notNegotiated = debug && std::strstr(debug.get(), "not-negotiated") != nullptr;
       {
         std::lock_guard<std::mutex> guard(mutex_);
         error_ = true;
-        result_.hardwareDecoderFailed = fromVideoDecoder && videoDecoderIsHardware_;
+        result_.hardwareDecoderFailed =
+            videoDecoderIsHardware_ && !videoFailed_ && (fromVideoDecoder || notNegotiated);
         errorOutOfResources_ = fromVideoDecoder && error && error->domain == GST_RESOURCE_ERROR;
       }
       changed_.notify_all();
-      if (built_ && onEvent_) onEvent_(kEcErrorAbort);
+      if (built_ && onEvent_ && !errorReported_.exchange(true)) onEvent_(kEcErrorAbort);
       break;
     }
     case GST_MESSAGE_EOS:
@@ -410,6 +414,11 @@ DecoderInfo PlaybackGraph::ReadDecoderInfo() const {
 bool PlaybackGraph::LastErrorWasOutOfResources() const {
   std::lock_guard<std::mutex> guard(mutex_);
   return errorOutOfResources_;
+}
+
+bool PlaybackGraph::LastErrorWasHardwareDecoder() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return error_ && result_.hardwareDecoderFailed;
 }
 
 void PlaybackGraph::StopAndReleaseRenderer() {

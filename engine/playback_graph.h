@@ -62,6 +62,8 @@ struct GraphBuildRequest {
   AudioStageNames audioStages;
   DecoderProbe probe = ProbeDecoderFactory;
   int timeoutMs = 10000;  // for finding the streams and the first picture
+  // A rebuild after a hardware fault: software whatever the picture's size.
+  bool forceSoftware = false;
   // Makes the audio renderer instead of the desktop's sink when set (a
   // test's capturing sink).
   std::function<ElementRef()> audioRenderer;
@@ -130,6 +132,9 @@ class PlaybackGraph {
   // True when the last error came from the video decoder running out of
   // memory or device resources.
   bool LastErrorWasOutOfResources() const;
+  // True when the last error came from a hardware video decoder, or from
+  // caps it could not take (not negotiated on its lane).
+  bool LastErrorWasHardwareDecoder() const;
 
   // The first step of tearing down: the pipeline stops and the renderer
   // leaves it, so no frame reaches the output any more.
@@ -171,6 +176,9 @@ class PlaybackGraph {
   ElementRef audioRenderer_;
   bool audioRendererIsNull_ = false;
   std::atomic<bool> built_{false};
+  // One error per graph reaches the sink: the first says it all, and each
+  // report would move the interface on once more.
+  std::atomic<bool> errorReported_{false};
 
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_
