@@ -153,6 +153,12 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
     Trace("Still unconnected pin: %s", videoFailed_ ? "video" : "audio");
     return GraphBuildResult{};
   }
+  // Subtitles or data alone are nothing to play: such a graph would stand
+  // "running" for ever without a clock that moves or an end that comes.
+  if (!result.videoConnected && !result.audioConnected) {
+    Trace("Neither audio nor video to play");
+    return GraphBuildResult{};
+  }
   result.ok = true;
   built_ = true;
   return result;

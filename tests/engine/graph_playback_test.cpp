@@ -317,6 +317,19 @@ TEST_F(GraphPlaybackTest, BrokenInputsFailCleanly) {
   EXPECT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
 }
 
+TEST_F(GraphPlaybackTest, InputsWithNothingToPlayFailAtOnce) {
+  for (const char* file : {"subtitles_only.mkv", "multitrack_en.srt", "data_only.ts"}) {
+    SCOPED_TRACE(file);
+    QElapsedTimer wall;
+    wall.start();
+    EXPECT_FALSE(graph.OpenFile(FixturePath(file)));
+    // Not the build's time-out: both attempts see at once that no stream plays.
+    EXPECT_LT(wall.elapsed(), 2000);
+    EXPECT_TRUE(graph.CurrentPath().isEmpty());
+    EXPECT_FALSE(graph.Play());
+  }
+}
+
 TEST_F(GraphPlaybackTest, MissingAudioStagesDegradeToPlainAudio) {
   AudioStageNames stages;
   stages.timeStretch = "zelvaro_no_such_stretch";
