@@ -94,20 +94,39 @@ bool MainWindow::OpenUrl(const QString& url) {
     playlist_->AddFile(url);
     playlist_->SetCurrentByPath(url);
   }
-  if (graph_ && graph_->OpenFile(url)) {
-    ClearAlbumArt();
-    graph_->Play();
-    recentFiles_.Record(url);
-    UpdateTitleBarName();
-    // The title is the whole address; a URL gets no OSD name, no lyrics and
-    // no album art.
-    setWindowTitle(url);
-    return true;
+  auto showFailure = [this] {
+    QMessageBox box(QMessageBox::Critical, LanguageManager::GetString(u"URLDialog.ErrorTitle"),
+                    LanguageManager::GetString(u"URLDialog.CannotOpen"), QMessageBox::Ok, this);
+    box.exec();
+  };
+  if (!graph_) {
+    showFailure();
+    return false;
   }
-  QMessageBox box(QMessageBox::Critical, LanguageManager::GetString(u"URLDialog.ErrorTitle"),
-                  LanguageManager::GetString(u"URLDialog.CannotOpen"), QMessageBox::Ok, this);
-  box.exec();
-  return false;
+  // The address is opened without holding the window: the OSD says that it
+  // waits, and a new open or closing the player cancels the wait.
+  constexpr int kOpeningOsdMs = 1500;
+  ClearAlbumArt();
+  ShowOsd(LanguageManager::GetString(u"OSD.OpeningUrl"), kOpeningOsdMs);
+  graph_->OpenUrlAsync(
+      url,
+      [this, url, showFailure](bool opened) {
+        if (!opened) {
+          showFailure();
+          return;
+        }
+        graph_->Play();
+        recentFiles_.Record(url);
+        UpdateTitleBarName();
+        // The title is the whole address; a URL gets no OSD name, no lyrics
+        // and no album art.
+        setWindowTitle(url);
+      },
+      [](int waitedSeconds) {
+        ShowOsd(FormatKey(u"OSD.OpeningUrlFormat", waitedSeconds), kOpeningOsdMs);
+      });
+  // Under way: a caller walking a list stops here; a failure has its box.
+  return true;
 }
 
 void MainWindow::ShowOpenDialog() {

@@ -137,26 +137,30 @@ bool GraphManager::OpenFile(const QString& path) {
   hwAccel_ = static_cast<int>(Settings::GetDwordOr(setting::kLavHwAccel, kHwAccelDefault));
   Trace("OpenFile with HWAccel=%d", hwAccel_);
 
-  if (!BuildGraph(path)) {
+  bool built = BuildGraph(path);
+  // A network address is not asked twice: after a time-out or a network
+  // error a second wait would only double the first.
+  if (!built && !IsUrl(path)) {
     Close();
     std::this_thread::sleep_for(kBetweenBuilds);
-    if (!BuildGraph(path)) {
-      // A hardware decoder that failed at run time is one more reason to
-      // fall back to software, beyond the unconnected picture.
-      bool hardwareFailed = lastBuildHardwareFailed_;
+    built = BuildGraph(path);
+  }
+  if (!built) {
+    // A hardware decoder that failed at run time is one more reason to
+    // fall back to software, beyond the unconnected picture.
+    bool hardwareFailed = lastBuildHardwareFailed_;
+    Close();
+    if (!hardwareFailed || hwAccel_ == kHwAccelNone ||
+        Settings::GetDwordOr(setting::kHwAccelFallback, 1) == 0) {
+      return false;
+    }
+    hwAccel_ = kHwAccelNone;
+    softwareOnly_ = true;
+    built = BuildGraph(path);
+    softwareOnly_ = false;
+    if (!built) {
       Close();
-      if (!hardwareFailed || hwAccel_ == kHwAccelNone ||
-          Settings::GetDwordOr(setting::kHwAccelFallback, 1) == 0) {
-        return false;
-      }
-      hwAccel_ = kHwAccelNone;
-      softwareOnly_ = true;
-      bool built = BuildGraph(path);
-      softwareOnly_ = false;
-      if (!built) {
-        Close();
-        return false;
-      }
+      return false;
     }
   }
   // No picture with a hardware mode: build once more in software. An audio
@@ -176,7 +180,7 @@ bool GraphManager::OpenFile(const QString& path) {
   return true;
 }
 
-bool GraphManager::BuildGraph(const QString& path) {
+GraphBuildRequest GraphManager::PrepareBuild(const QString& path) {
   GraphBuildRequest request;
   request.path = path;
   request.isUrl = IsUrl(path);
@@ -189,16 +193,26 @@ bool GraphManager::BuildGraph(const QString& path) {
   request.timeoutMs = request.isUrl ? kUrlBuildTimeoutMs : kFileBuildTimeoutMs;
   request.forceSoftware = softwareOnly_;
   isUrlInput_ = request.isUrl;
+  return request;
+}
 
+std::unique_ptr<PlaybackGraph> GraphManager::MakeGraph() {
   uint64_t generation = ++graphGeneration_;
-  graph_ = std::make_unique<PlaybackGraph>(
+  return std::make_unique<PlaybackGraph>(
       [this, generation](long eventCode) { PostGraphEvent(generation, eventCode); });
+}
+
+bool GraphManager::BuildGraph(const QString& path) {
+  GraphBuildRequest request = PrepareBuild(path);
+  graph_ = MakeGraph();
   graph_->SetVideoOutput(videoWindowHandle_);
   // Before any decoder exists, as the index is the container's and not the
   // stream's; URLs have none worth a second connection.
   if (!request.isUrl) ScanKeyframes(path);
+  return AdoptBuildResult(graph_->Build(request));
+}
 
-  GraphBuildResult result = graph_->Build(request);
+bool GraphManager::AdoptBuildResult(const GraphBuildResult& result) {
   lastBuildHardwareFailed_ = result.hardwareDecoderFailed;
   // Above 3840×2160 the hardware mode is forced in every build, over the
   // user's choice and over the software fall-back.
@@ -245,6 +259,7 @@ void GraphManager::ScanKeyframes(const QString& path) {
 
 void GraphManager::Close() {
   std::lock_guard<std::recursive_mutex> guard(lock_);
+  CancelPendingOpen();
   state_ = 0;
   currentPath_.clear();
   // From here on, events of the old graph that are still queued are stale.

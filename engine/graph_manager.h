@@ -54,6 +54,8 @@ class QObject;
 namespace zelvaro {
 
 class PlaybackGraph;
+struct GraphBuildRequest;
+struct GraphBuildResult;
 class SubtitleManager;
 class VideoOutput;
 
@@ -77,7 +79,21 @@ class GraphManager {
   void SetAudioRendererFactory(std::function<ElementRef()> factory);
 
   // True when a playable graph stands; it is left stopped on its first frame.
+  // Waits for the input: a network address can take seconds here, see
+  // OpenUrlAsync.
   bool OpenFile(const QString& path);
+  // Opens a network address without waiting for it (graph_url_open.cpp):
+  // the graph is built on a thread of its own while the interface thread
+  // goes on. `progress` is called about once a second with the seconds
+  // waited, and `done` once with the result (stopped, as after OpenFile),
+  // both on the interface thread. Close, or any other open, cancels it:
+  // then neither is called again. A time-out or a network error is not
+  // tried again; only a hardware decoder fault gets a second, software build.
+  using OpenDone = std::function<void(bool opened)>;
+  using OpenProgress = std::function<void(int waitedSeconds)>;
+  void OpenUrlAsync(const QString& url, OpenDone done, OpenProgress progress = {});
+  // True while an OpenUrlAsync waits.
+  bool IsOpening() const { return static_cast<bool>(pendingOpen_); }
   void Close();
   // True when the graph runs; false without a graph.
   bool Play();
@@ -184,7 +200,18 @@ class GraphManager {
   std::recursive_mutex& Lock() { return lock_; }
 
  private:
+  struct PendingOpen;
   bool BuildGraph(const QString& path);
+  // The request for a build of `path` with this object's settings; read on
+  // the interface thread.
+  GraphBuildRequest PrepareBuild(const QString& path);
+  // A new graph whose events carry a new generation.
+  std::unique_ptr<PlaybackGraph> MakeGraph();
+  // Takes in graph_'s build result: fields, audio settings, speed, picture.
+  bool AdoptBuildResult(const GraphBuildResult& result);
+  void StartUrlBuild(const QString& url, std::shared_ptr<PendingOpen> pending);
+  void FinishUrlBuild(const std::shared_ptr<PendingOpen>& pending);
+  void CancelPendingOpen();
   void ScanKeyframes(const QString& path);
   void ApplyOrientation();
   void ApplyAudioSettings();
@@ -238,6 +265,7 @@ class GraphManager {
   GraphEventSink graphEventSink_;
   uint64_t graphGeneration_ = 0;         // interface thread only
   std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here
+  std::shared_ptr<PendingOpen> pendingOpen_;  // the network open in flight
 };
 
 // Whether a path is a network address: it starts, case ignored, with

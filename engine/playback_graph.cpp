@@ -220,6 +220,10 @@ bool PlaybackGraph::WaitForStreams(Clock::time_point deadline) {
       std::unique_lock<std::mutex> lock(mutex_);
       changed_.wait_for(lock, kStreamPoll);
       if (error_) return false;
+      if (request_.cancel != nullptr && request_.cancel->load()) {
+        Trace("The wait for the streams was cancelled");
+        return false;
+      }
       int expected = 0;
       for (const auto& [splitter, size] : collectionSizes_) expected += size;
       // Without a stream collection, whatever has been linked so far counts.

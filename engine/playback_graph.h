@@ -64,6 +64,9 @@ struct GraphBuildRequest {
   int timeoutMs = 10000;  // for finding the streams and the first picture
   // A rebuild after a hardware fault: software whatever the picture's size.
   bool forceSoftware = false;
+  // Set from another thread to end the wait for the streams early (the
+  // build then fails); outlives the build.
+  const std::atomic<bool>* cancel = nullptr;
   // Makes the audio renderer instead of the desktop's sink when set (a
   // test's capturing sink).
   std::function<ElementRef()> audioRenderer;

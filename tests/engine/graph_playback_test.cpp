@@ -16,6 +16,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -402,9 +403,71 @@ TEST_F(GraphPlaybackTest, OpensAUrlFromAnHttpServer) {
   ASSERT_TRUE(graph.Play());
   EXPECT_TRUE(WaitForPosition(0.5));
 
-  // An address that answers 404 fails the open.
+  // An address that answers 404 fails the open, and is not asked twice.
   EXPECT_FALSE(graph.OpenFile(server.Url("/missing.mkv")));
   EXPECT_FALSE(graph.IsUrlInput());
+  int missingRequests = 0;
+  for (const test::HttpRequest& request : server.Requests()) {
+    missingRequests += request.path == "/missing.mkv" ? 1 : 0;
+  }
+  EXPECT_EQ(missingRequests, 1);
+}
+
+TEST_F(GraphPlaybackTest, AUrlOpensWhileTheInterfaceThreadGoesOn) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  server.Route("/clip.mkv", {.body = file.readAll(), .contentType = "video/x-matroska"});
+  server.Route("/silent.mkv", {.delayMs = 60'000});  // accepts, never answers
+
+  int ticks = 0;
+  QTimer ticker;
+  QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
+  ticker.start(20);
+  std::vector<bool> results;
+  int progressCalls = 0;
+  auto done = [&](bool opened) { results.push_back(opened); };
+  auto progress = [&](int) { ++progressCalls; };
+
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  EXPECT_TRUE(graph.IsOpening());
+  // The interface's timers run while the address is silent, and the wait
+  // reports itself for the OSD.
+  ASSERT_TRUE(WaitUntil([&] { return progressCalls >= 1 && ticks >= 10; }, kWaitMs));
+  EXPECT_EQ(server.RequestCount(), 1);
+  QElapsedTimer wall;
+  wall.start();
+  graph.Close();
+  EXPECT_LT(wall.elapsed(), 1000);
+  EXPECT_FALSE(graph.IsOpening());
+
+  // A new open cancels the one in flight: only the new one reports.
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  graph.OpenUrlAsync(server.Url("/clip.mkv"), done, progress);
+  ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
+  ASSERT_EQ(results, std::vector<bool>{true});
+  EXPECT_FALSE(graph.IsOpening());
+  EXPECT_EQ(graph.CurrentPath(), server.Url("/clip.mkv"));
+  EXPECT_TRUE(graph.IsUrlInput());
+  EXPECT_EQ(graph.GetDecoderInfo().videoCodec, "H264");
+  ASSERT_TRUE(graph.Play());
+  EXPECT_TRUE(WaitForPosition(0.5));
+
+  // A failure reports false once, without a second request; opening a local
+  // file cancels a silent address.
+  graph.OpenUrlAsync(server.Url("/missing.mkv"), done, progress);
+  ASSERT_TRUE(WaitUntil([&] { return results.size() == 2; }, kWaitMs));
+  EXPECT_FALSE(results.back());
+  EXPECT_TRUE(graph.CurrentPath().isEmpty());
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mp4")));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(results.size(), 2u);
+  int missingRequests = 0;
+  for (const test::HttpRequest& request : server.Requests()) {
+    missingRequests += request.path == "/missing.mkv" ? 1 : 0;
+  }
+  EXPECT_EQ(missingRequests, 1);
 }
 
 }  // namespace
