@@ -128,6 +128,11 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
     Trace("Failed to load: appsink");
     return failed();
   }
+  PadRef videoSinkPad = PadRef::Adopt(gst_element_get_static_pad(videoRenderer_->Sink(), "sink"));
+  gst_pad_add_probe(videoSinkPad.get(),
+                    static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM |
+                                                 GST_PAD_PROBE_TYPE_EVENT_FLUSH),
+                    &PlaybackGraph::OnVideoSinkEvent, this, nullptr);
   if (!CreateSource()) return failed();
 
   GstStateChangeReturn change = gst_element_set_state(pipeline_.get(), GST_STATE_PAUSED);
@@ -253,6 +258,24 @@ bool PlaybackGraph::HasError() const {
   return error_;
 }
 
+GstPadProbeReturn PlaybackGraph::OnVideoSinkEvent(GstPad*, GstPadProbeInfo* info, gpointer self) {
+  GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
+  if (event == nullptr) return GST_PAD_PROBE_OK;
+  auto* graph = static_cast<PlaybackGraph*>(self);
+  switch (GST_EVENT_TYPE(event)) {
+    case GST_EVENT_EOS:
+      graph->videoEnded_ = true;
+      break;
+    case GST_EVENT_FLUSH_STOP:
+    case GST_EVENT_STREAM_START:
+      graph->videoEnded_ = false;
+      break;
+    default:
+      break;
+  }
+  return GST_PAD_PROBE_OK;
+}
+
 GstBusSyncReply PlaybackGraph::OnBusMessage(GstBus*, GstMessage* message, gpointer self) {
   static_cast<PlaybackGraph*>(self)->HandleBusMessage(message);
   // Nobody pops this bus: every message is handled here and dropped.
@@ -367,15 +390,22 @@ std::optional<int64_t> PlaybackGraph::Position100ns() {
   if (seekPending_ && NowMs() - seekStartMs_ < kSeekPendingLimitMs) return seekTarget100ns_.load();
   gint64 position = 0;
   // The video sink's own position: other sinks (subtitles, null sinks)
-  // skew what the pipeline answers.
+  // skew what the pipeline answers. Once the picture has ended before the
+  // sound, its sink stands still; the audio renderer goes on to the end.
   GstElement* sink = videoRenderer_ != nullptr ? videoRenderer_->Sink() : nullptr;
   bool videoLinked = false;
+  ElementRef audioRenderer;
   {
     std::lock_guard<std::mutex> guard(mutex_);
     videoLinked = lavVideo_ && !videoFailed_;
+    audioRenderer = audio_.renderer;
   }
-  if (videoLinked && sink != nullptr &&
+  if (videoLinked && !videoEnded_ && sink != nullptr &&
       gst_element_query_position(sink, GST_FORMAT_TIME, &position)) {
+    return position / 100;
+  }
+  if (audioRenderer &&
+      gst_element_query_position(audioRenderer.get(), GST_FORMAT_TIME, &position)) {
     return position / 100;
   }
   if (gst_element_query_position(pipeline_.get(), GST_FORMAT_TIME, &position))

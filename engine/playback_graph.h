@@ -148,6 +148,7 @@ class PlaybackGraph {
   static void OnSourcePadAdded(GstElement* source, GstPad* pad, gpointer self);
   static void OnStreamPadAdded(GstElement* splitter, GstPad* pad, gpointer self);
   static GstPadProbeReturn OnStreamCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+  static GstPadProbeReturn OnVideoSinkEvent(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
   bool CreateSource();
   bool WaitForStreams(std::chrono::steady_clock::time_point deadline);
@@ -204,6 +205,10 @@ class PlaybackGraph {
   bool errorOutOfResources_ = false;
   bool videoDecoderIsHardware_ = false;
   GraphBuildResult result_;
+
+  // The picture's lane has ended (its sink saw the end of stream); a seek
+  // or a new stream starts it again. The clock then comes from the sound.
+  std::atomic<bool> videoEnded_{false};
 
   // A flushing seek in flight reports its target as the position until the
   // pipeline has prerolled again (ASYNC_DONE).

@@ -153,6 +153,23 @@ TEST_F(GraphPlaybackTest, EndOfStreamReachesTheInterfaceThreadAsGraphEvent) {
   EXPECT_TRUE(WaitForFrameAt(0.0));
 }
 
+TEST_F(GraphPlaybackTest, TheClockRunsOnWhenThePictureEndsBeforeTheSound) {
+  // 1 s of picture, 4 s of sound.
+  ASSERT_TRUE(graph.OpenFile(FixturePath("audio_outlasts_video.mkv")));
+  ASSERT_TRUE(graph.Seek(0.6, false, 0));
+  ASSERT_TRUE(graph.Play());
+  ASSERT_TRUE(WaitForPosition(1.5));
+  EXPECT_TRUE(events.empty());
+  ASSERT_TRUE(WaitForPosition(3.5));
+  ASSERT_TRUE(WaitUntil([&] { return !events.empty(); }, kWaitMs));
+  EXPECT_EQ(events.front(), kEcComplete);
+  // A seek back into the picture takes the clock from it again.
+  graph.Pause();
+  ASSERT_TRUE(graph.Seek(0.4, false, 0));
+  ASSERT_TRUE(WaitForFrameAt(0.4));
+  EXPECT_NEAR(graph.GetPosition(), 0.4, 0.05);
+}
+
 TEST_F(GraphPlaybackTest, HardwareModesFallBackToSoftwareOnThisMachine) {
   if (HasHardwareH264()) GTEST_SKIP() << "this machine decodes H.264 in hardware";
   for (uint32_t mode : {1u, 3u, 5u, 0u}) {
