@@ -189,6 +189,7 @@ GraphBuildRequest GraphManager::PrepareBuild(const QString& path) {
   request.splitter = ReadSplitterSettings();
   request.audio = ReadAudioDecoderSettings();
   request.audioStages = audioStageNames_;
+  request.audioLevels = StartLevels();
   request.audioRenderer = audioRendererFactory_;
   request.timeoutMs = request.isUrl ? kUrlBuildTimeoutMs : kFileBuildTimeoutMs;
   request.forceSoftware = softwareOnly_;

@@ -215,6 +215,9 @@ class GraphManager {
   void ScanKeyframes(const QString& path);
   void ApplyOrientation();
   void ApplyAudioSettings();
+  // Volume, mute, normalisation and boost as the next graph's audio stages
+  // are made with them.
+  AudioStartLevels StartLevels() const;
   // Runs on a GStreamer thread; hops to the interface thread.
   void PostGraphEvent(uint64_t generation, long eventCode);
   // On the interface thread: mends what can be mended, passes the rest on.

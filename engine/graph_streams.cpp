@@ -223,7 +223,7 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
   }
   AudioChain chain;
   if (!ConnectAudioChain(GST_BIN(pipeline_.get()), caps, audioRenderer_, request_.audioStages,
-                         request_.audio, &chain)) {
+                         request_.audio, request_.audioLevels, &chain)) {
     return false;
   }
   std::lock_guard<std::mutex> guard(mutex_);

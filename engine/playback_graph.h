@@ -60,6 +60,7 @@ struct GraphBuildRequest {
   SplitterSettings splitter;
   AudioDecoderSettings audio;
   AudioStageNames audioStages;
+  AudioStartLevels audioLevels;
   DecoderProbe probe = ProbeDecoderFactory;
   int timeoutMs = 10000;  // for finding the streams and the first picture
   // A rebuild after a hardware fault: software whatever the picture's size.
