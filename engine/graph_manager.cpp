@@ -209,7 +209,10 @@ bool GraphManager::BuildGraph(const QString& path) {
   graph_->SetVideoOutput(videoWindowHandle_);
   // Before any decoder exists, as the index is the container's and not the
   // stream's; URLs have none worth a second connection.
-  if (!request.isUrl) ScanKeyframes(path);
+  if (!request.isUrl) {
+    ScanKeyframes(path);
+    request.audioTracks = ReadAudioTrackFacts(path);
+  }
   return AdoptBuildResult(graph_->Build(request));
 }
 
