@@ -203,6 +203,13 @@ void MainWindow::Stop() {
 }
 
 void MainWindow::OnGraphEvent(long eventCode) {
+  if (eventCode == kEcBuffering) {
+    constexpr int kBufferingOsdMs = 1000;
+    if (graph_ && graph_->IsBuffering()) {
+      ShowOsd(FormatKey(u"OSD.BufferingFormat", graph_->BufferingPercent()), kBufferingOsdMs);
+    }
+    return;
+  }
   // An error the engine could not mend (damaged data, a dropped stream) ends
   // the input as its end would, so the player never sits frozen on it.
   const bool ended = eventCode == EC_COMPLETE || eventCode == kEcErrorAbort;

@@ -128,7 +128,7 @@ bool GraphManager::SetSpeed(double rate) {
     return false;
   }
   // A flushing seek leaves a running pipeline waiting for its preroll.
-  if (state_ == 2) graph_->SetState(GST_STATE_PLAYING);
+  if (state_ == 2 && !bufferingPaused_) graph_->SetState(GST_STATE_PLAYING);
   speed_ = rate;
   return true;
 }

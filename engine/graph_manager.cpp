@@ -99,7 +99,27 @@ void GraphManager::PostGraphEvent(uint64_t generation, long eventCode) {
 
 void GraphManager::HandleGraphEvent(long eventCode) {
   if (eventCode == kEcErrorAbort && RebuildAfterDecoderFault()) return;
+  if (eventCode == kEcBuffering) FollowBuffering();
   if (graphEventSink_) graphEventSink_(eventCode);
+}
+
+void GraphManager::FollowBuffering() {
+  std::lock_guard<std::recursive_mutex> guard(lock_);
+  // A live source cannot wait: what does not come in time is lost anyway.
+  if (!graph_ || !isUrlInput_ || liveInput_) return;
+  int percent = graph_->BufferingPercent();
+  ZELVARO_TRACE_FIRST(20, "Buffering %d%%", percent);
+  if (percent < 100 && !bufferingPaused_) {
+    bufferingPaused_ = true;
+    if (state_ == 2) graph_->SetState(GST_STATE_PAUSED);
+  } else if (percent >= 100 && bufferingPaused_) {
+    bufferingPaused_ = false;
+    if (state_ == 2) graph_->SetState(GST_STATE_PLAYING);
+  }
+}
+
+int GraphManager::BufferingPercent() const {
+  return graph_ ? graph_->BufferingPercent() : 100;
 }
 
 bool GraphManager::RebuildAfterDecoderFault() {
@@ -224,6 +244,8 @@ bool GraphManager::AdoptBuildResult(const GraphBuildResult& result) {
   if (!result.ok) return false;
   Trace("Graph stands; video decoding mode %s", HwAccelName(result.effectiveHwAccel));
 
+  liveInput_ = result.live;
+  bufferingPaused_ = false;
   frameRate_ = result.frameRate;
   hasVideo_ = result.videoConnected;
   videoConnected_ = result.videoConnected;
@@ -280,6 +302,8 @@ void GraphManager::Close() {
   }
   state_ = 0;
   isUrlInput_ = false;
+  liveInput_ = false;
+  bufferingPaused_ = false;
   videoConnected_ = true;
 }
 
@@ -287,6 +311,15 @@ bool GraphManager::Play() {
   std::lock_guard<std::recursive_mutex> guard(lock_);
   if (!graph_) return false;
   Trace("Play() - Current state: %d", state_);
+  // While a network address buffers, Play is what the user asked for; the
+  // pipeline runs once the buffer is full.
+  if (isUrlInput_ && !liveInput_ && graph_->BufferingPercent() < 100) bufferingPaused_ = true;
+  if (bufferingPaused_) {
+    state_ = 2;
+    // Tells the interface at once how far the buffer is.
+    PostGraphEvent(graphGeneration_, kEcBuffering);
+    return true;
+  }
   bool ran = graph_->SetState(GST_STATE_PLAYING);
   Trace("Play() - Run() returned: %s", ran ? "ok" : "failed");
   if (!ran && graph_->LastErrorWasOutOfResources() && hwAccel_ != kHwAccelNone &&
@@ -333,7 +366,7 @@ bool GraphManager::Seek(double seconds, bool snap, int direction) {
   if (onKeyframe) target = SnapToKeyframe(keyframes_, target, direction);
   int remembered = state_;
   bool positioned = graph_->SetPositions(target, onKeyframe, speed_);
-  if (remembered == 2 && positioned) graph_->SetState(GST_STATE_PLAYING);
+  if (remembered == 2 && positioned && !bufferingPaused_) graph_->SetState(GST_STATE_PLAYING);
   return positioned;
 }
 

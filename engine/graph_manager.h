@@ -182,6 +182,13 @@ class GraphManager {
   int64_t MarkA() const { return abRepeat_.markA; }
   int64_t MarkB() const { return abRepeat_.markB; }
 
+  // The network buffer of a URL input, 0 to 100 (100 without one). Below
+  // 100 a non-live address pauses the pipeline until the buffer is full
+  // again, while State() keeps what the user asked for: a Pause or Play
+  // meanwhile is kept and holds after the buffering.
+  int BufferingPercent() const;
+  bool IsBuffering() const { return bufferingPaused_; }
+
   // 0 stopped, 1 paused, 2 running: the last state asked for and granted.
   int State() const { return state_; }
   const QString& CurrentPath() const { return currentPath_; }
@@ -226,6 +233,8 @@ class GraphManager {
   // software, at the same position and state. False when that is not the
   // fault or the rebuild fails (the input then ends).
   bool RebuildAfterDecoderFault();
+  // Pauses the pipeline below a full network buffer, runs it again at full.
+  void FollowBuffering();
   void LoadSideSubtitles(const QString& mediaPath);
   void ClearSubtitles();
 
@@ -250,6 +259,8 @@ class GraphManager {
   bool hasVideo_ = false;
   bool isUrlInput_ = false;
   bool videoConnected_ = true;
+  bool liveInput_ = false;
+  bool bufferingPaused_ = false;  // the pipeline waits for the network, not the user
   QString currentPath_;
 
   AudioStageNames audioStageNames_;

@@ -149,6 +149,7 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
 
   std::lock_guard<std::mutex> guard(mutex_);
   GraphBuildResult result = result_;
+  result.live = live;
   result.videoConnected = static_cast<bool>(lavVideo_) && !videoFailed_;
   result.audioConnected = !audioBranches_.empty();
   Trace("Connection status - Video: %d, Audio: %d", result.videoConnected, result.audioConnected);
@@ -187,7 +188,9 @@ bool PlaybackGraph::CreateSource() {
       Trace("Failed to load URL: %s", uri.c_str());
       return false;
     }
-    g_object_set(source_.get(), "uri", uri.c_str(), nullptr);
+    // A buffer in front of the splitter that reports its level, so a slow
+    // network pauses playback instead of starving it.
+    g_object_set(source_.get(), "uri", uri.c_str(), "use-buffering", TRUE, nullptr);
     g_signal_connect(source_.get(), "pad-added", G_CALLBACK(&PlaybackGraph::OnSourcePadAdded),
                      this);
     gst_bin_add(bin, source_.get());
@@ -311,6 +314,14 @@ void PlaybackGraph::HandleBusMessage(GstMessage* message) {
       }
       changed_.notify_all();
       if (built_ && onEvent_ && !errorReported_.exchange(true)) onEvent_(kEcErrorAbort);
+      break;
+    }
+    case GST_MESSAGE_BUFFERING: {
+      gint percent = 100;
+      gst_message_parse_buffering(message, &percent);
+      if (bufferingPercent_.exchange(percent) != percent && built_ && onEvent_) {
+        onEvent_(kEcBuffering);
+      }
       break;
     }
     case GST_MESSAGE_EOS:

@@ -82,6 +82,7 @@ struct GraphBuildResult {
   bool ok = false;  // the graph stands, paused on its first frame
   bool videoConnected = false;
   bool audioConnected = false;
+  bool live = false;                    // a live source (no preroll, no buffering pause)
   bool resolutionOverride = false;      // above 3840×2160: hardware mode 5 was forced
   bool hardwareDecoderFailed = false;   // a hardware video decoder raised the error
   int effectiveHwAccel = kHwAccelNone;  // the mode that stood after the walk down
@@ -92,7 +93,8 @@ struct GraphBuildResult {
 
 class PlaybackGraph {
  public:
-  // Called on a GStreamer thread with 1 (end of stream) or 3 (error abort).
+  // Called on a GStreamer thread with kEcComplete, kEcErrorAbort or
+  // kEcBuffering (graph_events.h).
   using EventSink = std::function<void(long eventCode)>;
 
   explicit PlaybackGraph(EventSink onEvent);
@@ -145,6 +147,9 @@ class PlaybackGraph {
   // caps it could not take (not negotiated on its lane).
   bool LastErrorWasHardwareDecoder() const;
 
+  // The network buffer's last level, 0 to 100; 100 when nothing buffers.
+  int BufferingPercent() const { return bufferingPercent_; }
+
   // The first step of tearing down: the pipeline stops and the renderer
   // leaves it, so no frame reaches the output any more.
   void StopAndReleaseRenderer();
@@ -194,6 +199,7 @@ class PlaybackGraph {
   // One error per graph reaches the sink: the first says it all, and each
   // report would move the interface on once more.
   std::atomic<bool> errorReported_{false};
+  std::atomic<int> bufferingPercent_{100};
 
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_

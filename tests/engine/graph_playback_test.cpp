@@ -20,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace zelvaro {
@@ -428,6 +429,38 @@ TEST_F(GraphPlaybackTest, OpensAUrlFromAnHttpServer) {
     missingRequests += request.path == "/missing.mkv" ? 1 : 0;
   }
   EXPECT_EQ(missingRequests, 1);
+}
+
+TEST_F(GraphPlaybackTest, ASlowAddressBuffersThenPlaysAndKeepsTheUsersPause) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  // About 67 KB at 20 KB/s: slower than the clip plays.
+  server.Route(
+      "/slow.mkv",
+      {.body = file.readAll(), .contentType = "video/x-matroska", .trickleBytesPerSecond = 20'000});
+  std::vector<bool> results;
+  graph.OpenUrlAsync(server.Url("/slow.mkv"), [&](bool opened) { results.push_back(opened); });
+  ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
+  ASSERT_TRUE(results.front());
+
+  ASSERT_TRUE(graph.Play());
+  EXPECT_EQ(graph.State(), 2);
+  // The buffer is not full yet: the pipeline waits, and says how far it is.
+  ASSERT_TRUE(WaitUntil([&] { return graph.IsBuffering(); }, kWaitMs));
+  EXPECT_LT(graph.BufferingPercent(), 100);
+  ASSERT_TRUE(WaitUntil([&] { return std::count(events.begin(), events.end(), kEcBuffering) > 0; },
+                        kWaitMs));
+  // The user pauses meanwhile: the full buffer does not undo that.
+  graph.Pause();
+  EXPECT_EQ(graph.State(), 1);
+  ASSERT_TRUE(WaitUntil([&] { return !graph.IsBuffering(); }, kWaitMs * 2));
+  EXPECT_EQ(graph.BufferingPercent(), 100);
+  EXPECT_EQ(graph.State(), 1);
+  double pausedAt = graph.GetPosition();
+  EXPECT_LT(pausedAt, 0.2);
+  ASSERT_TRUE(graph.Play());
+  EXPECT_TRUE(WaitForPosition(pausedAt + 1.0));
 }
 
 TEST_F(GraphPlaybackTest, AUrlOpensWhileTheInterfaceThreadGoesOn) {

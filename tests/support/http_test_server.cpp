@@ -19,15 +19,24 @@ constexpr size_t kMaxRequestHeaderBytes = 64 * 1024;
 
 QByteArray ReasonPhrase(int status) {
   switch (status) {
-    case 200: return "OK";
-    case 204: return "No Content";
-    case 301: return "Moved Permanently";
-    case 302: return "Found";
-    case 400: return "Bad Request";
-    case 404: return "Not Found";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    default: return "Status";
+    case 200:
+      return "OK";
+    case 204:
+      return "No Content";
+    case 301:
+      return "Moved Permanently";
+    case 302:
+      return "Found";
+    case 400:
+      return "Bad Request";
+    case 404:
+      return "Not Found";
+    case 500:
+      return "Internal Server Error";
+    case 503:
+      return "Service Unavailable";
+    default:
+      return "Status";
   }
 }
 
@@ -149,8 +158,8 @@ void HttpTestServer::Serve(int client) {
   const QByteArray filler = response.body.isEmpty() ? QByteArray("x") : response.body;
   const int64_t total = response.bodySize >= 0 ? response.bodySize : response.body.size();
   QByteArray header = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' +
-                      ReasonPhrase(response.status) + "\r\nConnection: close\r\nContent-Type: " +
-                      response.contentType + "\r\n";
+                      ReasonPhrase(response.status) +
+                      "\r\nConnection: close\r\nContent-Type: " + response.contentType + "\r\n";
   if (response.sendContentLength) header += "Content-Length: " + QByteArray::number(total) + "\r\n";
   for (const auto& [name, value] : response.headers) header += name + ": " + value + "\r\n";
   header += "\r\n";
@@ -172,10 +181,15 @@ void HttpTestServer::Serve(int client) {
   QByteArray chunk;
   while (sent < total) {
     if (response.bodySize < 0) {
-      chunk = response.body;
+      chunk = response.body.mid(static_cast<qsizetype>(sent));
     } else {
       chunk = filler.repeated(std::max<qsizetype>(1, 65536 / filler.size()));
       chunk.truncate(static_cast<qsizetype>(std::min<int64_t>(chunk.size(), total - sent)));
+    }
+    if (response.trickleBytesPerSecond > 0) {
+      const int64_t slice = std::max(1, response.trickleBytesPerSecond / 10);
+      chunk = chunk.mid(0, static_cast<qsizetype>(std::min<int64_t>(slice, chunk.size())));
+      if (sent > 0 && WaitForStop(100)) return;
     }
     if (!sendAll(chunk.constData(), chunk.size())) return;
     sent += chunk.size();
