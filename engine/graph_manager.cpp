@@ -252,9 +252,15 @@ bool GraphManager::AdoptBuildResult(const GraphBuildResult& result) {
   ApplyAudioSettings();
   if (result.audioConnected) SetVolume(volume_);
   if (speed_ != 1.0) {
-    // The speed of the last file carries over, without SetSpeed's range test.
-    if (std::shared_ptr<AudioTimeStretch> stretch = graph_->TimeStretch()) stretch->SetRate(speed_);
-    graph_->SetRate(speed_);
+    // The speed of the last file carries over, without SetSpeed's range test;
+    // an input that cannot take it (a live one) plays at 1.0 and says so.
+    std::shared_ptr<AudioTimeStretch> stretch = graph_->TimeStretch();
+    if (stretch) stretch->SetRate(speed_);
+    if (result.live || !graph_->SetRate(speed_)) {
+      Trace("Speed %.2f cannot carry over; back to 1.0", speed_);
+      speed_ = 1.0;
+      if (stretch) stretch->SetRate(1.0);
+    }
   }
   if (videoWindowHandle_ != nullptr) {
     if (videoConnected_) {

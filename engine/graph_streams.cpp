@@ -142,8 +142,13 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
 
   int wanted =
       request_.forceSoftware ? kHwAccelNone : HwAccelForVideoSize(request_.hwAccel, width, height);
-  VideoDecoderChoice choice = ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height,
-                                                 request_.video, request_.probe);
+  // A hardware decoder must open its device and take this very stream: a
+  // profile, depth or chroma it cannot decode would fail in the middle.
+  DecoderProbe probe = [this, caps](const std::string& candidate) {
+    return request_.probe(candidate) && FactoryAcceptsCaps(candidate, caps);
+  };
+  VideoDecoderChoice choice =
+      ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height, request_.video, probe);
   std::string factory =
       choice.factory.empty() ? DecoderFactoryFor(caps, "video/x-raw") : choice.factory;
   {

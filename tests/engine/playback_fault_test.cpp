@@ -16,6 +16,7 @@
 #include "tests/support/test_paths.h"
 
 #include <QCoreApplication>
+#include <QProcess>
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
@@ -67,7 +68,17 @@ void faulty_decoder_init(FaultyDecoder* self) {
   gst_object_unref(source);
 }
 
+// The profiles a device of this kind decodes: 8-bit 4:2:0 only.
+GstStaticPadTemplate kFaultySink = GST_STATIC_PAD_TEMPLATE(
+    "sink", GST_PAD_SINK, GST_PAD_ALWAYS,
+    GST_STATIC_CAPS(
+        "video/x-h264, profile=(string){ constrained-baseline, baseline, main, high }"));
+GstStaticPadTemplate kFaultySource =
+    GST_STATIC_PAD_TEMPLATE("src", GST_PAD_SRC, GST_PAD_ALWAYS, GST_STATIC_CAPS("video/x-raw"));
+
 void faulty_decoder_class_init(FaultyDecoderClass* klass) {
+  gst_element_class_add_static_pad_template(GST_ELEMENT_CLASS(klass), &kFaultySink);
+  gst_element_class_add_static_pad_template(GST_ELEMENT_CLASS(klass), &kFaultySource);
   gst_element_class_set_static_metadata(GST_ELEMENT_CLASS(klass), "Faulty H.264 decoder",
                                         "Codec/Decoder/Video/Hardware",
                                         "Fails after a second of pictures", "Zelvaro tests");
@@ -87,6 +98,14 @@ ElementRef RefusingAudioRenderer() {
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, new std::atomic<int>(0),
                              [](gpointer data) { delete static_cast<std::atomic<int>*>(data); });
   return sink;
+}
+
+bool StandIn() {
+  GstElementFactory* factory = gst_element_factory_find("vah264dec");
+  if (factory == nullptr) return false;
+  bool standIn = gst_element_factory_get_element_type(factory) == faulty_decoder_get_type();
+  gst_object_unref(factory);
+  return standIn;
 }
 
 class PlaybackFaultTest : public ::testing::Test {
@@ -109,11 +128,7 @@ class PlaybackFaultTest : public ::testing::Test {
 };
 
 TEST_F(PlaybackFaultTest, HardwareDecoderFaultRebuildsInSoftwareWhereItStood) {
-  GstElementFactory* factory = gst_element_factory_find("vah264dec");
-  ASSERT_NE(factory, nullptr);
-  bool standIn = gst_element_factory_get_element_type(factory) == faulty_decoder_get_type();
-  gst_object_unref(factory);
-  if (!standIn) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
+  if (!StandIn()) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
 
   ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
   ASSERT_EQ(graph.GetDecoderInfo().videoDecoder, "vah264dec");
@@ -130,6 +145,20 @@ TEST_F(PlaybackFaultTest, HardwareDecoderFaultRebuildsInSoftwareWhereItStood) {
   EXPECT_TRUE(WaitUntil([&] { return graph.GetPosition() > restart + 0.5; }, kWaitMs));
   // The fault was mended, so the interface never heard of it.
   EXPECT_TRUE(events.empty());
+}
+
+TEST_F(PlaybackFaultTest, AProfileTheHardwareCannotDecodeGoesToSoftwareAtOnce) {
+  if (!StandIn()) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
+  const QString full = home.Root() + "/high444.mkv";
+  ASSERT_EQ(QProcess::execute("ffmpeg", {"-nostdin", "-loglevel", "error", "-y", "-f", "lavfi",
+                                         "-i", "testsrc2=s=320x240:r=25:d=1", "-c:v", "libx264",
+                                         "-preset", "ultrafast", "-pix_fmt", "yuv444p", full}),
+            0);
+  ASSERT_TRUE(graph.OpenFile(full));
+  EXPECT_EQ(graph.GetDecoderInfo().videoDecoder, "avdec_h264");
+  // While a stream it can take still goes to it.
+  ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
+  EXPECT_EQ(graph.GetDecoderInfo().videoDecoder, "vah264dec");
 }
 
 TEST_F(PlaybackFaultTest, AnyOtherErrorEndsTheInputOnce) {
