@@ -431,6 +431,29 @@ TEST_F(GraphPlaybackTest, OpensAUrlFromAnHttpServer) {
   EXPECT_EQ(missingRequests, 1);
 }
 
+TEST_F(GraphPlaybackTest, AStreamCutInTheMiddleEndsTheInput) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  // Five seconds announced, about three sent (slowly, so the graph stands
+  // first), then the connection drops.
+  server.Route("/cut.mkv", {.body = file.readAll(),
+                            .contentType = "video/x-matroska",
+                            .trickleBytesPerSecond = 30'000,
+                            .cutAfterBytes = 40'000});
+  ASSERT_TRUE(graph.OpenFile(server.Url("/cut.mkv")));
+  ASSERT_TRUE(graph.Play());
+  // Whether the source calls it an error or an end, the input ends once and
+  // the interface hears of it, instead of a picture that stands for ever.
+  auto ends = [&] {
+    return std::count(events.begin(), events.end(), kEcErrorAbort) +
+           std::count(events.begin(), events.end(), kEcComplete);
+  };
+  ASSERT_TRUE(WaitUntil([&] { return ends() > 0; }, kWaitMs * 2));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(ends(), 1);
+}
+
 TEST_F(GraphPlaybackTest, ASlowAddressBuffersThenPlaysAndKeepsTheUsersPause) {
   QFile file(FixturePath("pattern_h264_aac.mkv"));
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));

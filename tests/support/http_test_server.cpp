@@ -191,6 +191,11 @@ void HttpTestServer::Serve(int client) {
       chunk = chunk.mid(0, static_cast<qsizetype>(std::min<int64_t>(slice, chunk.size())));
       if (sent > 0 && WaitForStop(100)) return;
     }
+    if (response.cutAfterBytes >= 0) {
+      if (sent >= response.cutAfterBytes) return;
+      chunk.truncate(
+          static_cast<qsizetype>(std::min<int64_t>(chunk.size(), response.cutAfterBytes - sent)));
+    }
     if (!sendAll(chunk.constData(), chunk.size())) return;
     sent += chunk.size();
   }

@@ -30,6 +30,7 @@ struct HttpResponse {
   bool sendContentLength = true;
   bool dropConnection = false;    // close without a reply
   int trickleBytesPerSecond = 0;  // > 0: the body a tenth of this every 100 ms
+  int64_t cutAfterBytes = -1;     // >= 0: the connection drops after this much body
 };
 
 struct HttpRequest {
