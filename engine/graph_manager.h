@@ -16,7 +16,12 @@
 // SetGraphEventSink, never directly; an event of a graph that has since been
 // closed is dropped. A fault of a hardware video decoder never reaches the
 // sink: the input is rebuilt in software where it stood. Any other error
-// does, once per graph, and means the input has ended.
+// does, once per graph, and means the input has ended. kEcBuffering tells
+// that a network buffer's level changed (BufferingPercent).
+//
+// A network address opened with OpenUrlAsync is built on a detached thread
+// of its own; only its result comes back, as a queued call. Close (and so
+// every open and the destructor) cancels it without waiting for it.
 //
 // Ownership: GraphManager owns the graph and everything in it. The
 // VideoOutput (the video window and its renderer) is borrowed: the owner

@@ -16,12 +16,14 @@
 // The streams the splitter announces, linked or not, are listed in a
 // StreamInventory for the track menus.
 //
-// Threads: every public member is called on the interface thread. Streams
-// are linked on streaming threads as parsebin finds them; Build waits for
-// that and for the preroll with a time-out. Bus messages are handled
-// synchronously on the thread that posts them; end of stream and errors go
-// to the EventSink given at construction, on that thread, only after a
-// successful Build.
+// Threads: every public member is called on one thread at a time: the
+// interface thread, except Build, which may run on a thread of its own
+// before the graph is handed over (a network address). Streams are linked
+// on streaming threads as parsebin finds them; Build waits for that and for
+// the preroll with a time-out, or until the request's cancel flag is set.
+// Bus messages are handled synchronously on the thread that posts them; end
+// of stream, the first error and buffering levels go to the EventSink given
+// at construction, on that thread, only after a successful Build.
 //
 // Ownership: the graph owns every element; the VideoOutput is borrowed and
 // must stay alive until SetVideoOutput(nullptr) or the graph's destruction.
