@@ -133,6 +133,24 @@ bool GraphManager::RebuildAfterDecoderFault() {
   Close();
   hwAccel_ = kHwAccelNone;
   softwareOnly_ = true;
+  if (IsUrl(path)) {
+    // A network address is built again off the interface thread too; the
+    // input ends only if that fails.
+    BeginUrlOpen(path,
+                 [this, position, state, marks](bool opened) {
+                   if (!opened) {
+                     if (graphEventSink_) graphEventSink_(kEcErrorAbort);
+                     return;
+                   }
+                   abRepeat_ = marks;
+                   Seek(ToSeconds(position), false, 0);
+                   if (state == 2) Play();
+                   if (state == 1) Pause();
+                 },
+                 {});
+    softwareOnly_ = false;
+    return true;
+  }
   const bool built = BuildGraph(path);
   softwareOnly_ = false;
   if (!built) {

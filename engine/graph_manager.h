@@ -221,6 +221,8 @@ class GraphManager {
   std::unique_ptr<PlaybackGraph> MakeGraph();
   // Takes in graph_'s build result: fields, audio settings, speed, picture.
   bool AdoptBuildResult(const GraphBuildResult& result);
+  // OpenUrlAsync after its Close, with hwAccel_ and softwareOnly_ as they stand.
+  void BeginUrlOpen(const QString& url, OpenDone done, OpenProgress progress);
   void StartUrlBuild(const QString& url, std::shared_ptr<PendingOpen> pending);
   void FinishUrlBuild(const std::shared_ptr<PendingOpen>& pending);
   void CancelPendingOpen();

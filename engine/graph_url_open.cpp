@@ -37,6 +37,10 @@ void GraphManager::OpenUrlAsync(const QString& url, OpenDone done, OpenProgress 
   Close();
   hwAccel_ = static_cast<int>(Settings::GetDwordOr(setting::kLavHwAccel, kHwAccelDefault));
   Trace("OpenUrl with HWAccel=%d", hwAccel_);
+  BeginUrlOpen(url, std::move(done), std::move(progress));
+}
+
+void GraphManager::BeginUrlOpen(const QString& url, OpenDone done, OpenProgress progress) {
   auto pending = std::make_shared<PendingOpen>();
   pending->url = url;
   pending->done = std::move(done);

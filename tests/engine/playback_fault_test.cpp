@@ -12,10 +12,12 @@
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/engine/recording_video_output.h"
+#include "tests/support/http_test_server.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QProcess>
 
 #include <gst/app/gstappsink.h>
@@ -23,6 +25,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 
 namespace zelvaro {
@@ -145,6 +148,30 @@ TEST_F(PlaybackFaultTest, HardwareDecoderFaultRebuildsInSoftwareWhereItStood) {
   EXPECT_TRUE(WaitUntil([&] { return graph.GetPosition() > restart + 0.5; }, kWaitMs));
   // The fault was mended, so the interface never heard of it.
   EXPECT_TRUE(events.empty());
+}
+
+TEST_F(PlaybackFaultTest, ANetworkAddressIsRebuiltOffTheInterfaceThread) {
+  if (!StandIn()) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  // The rebuilt graph asks for the rest of the file from where it stood.
+  server.Route("/clip.mkv",
+               {.body = file.readAll(), .contentType = "video/x-matroska", .rangeRequests = true});
+  std::vector<bool> results;
+  graph.OpenUrlAsync(server.Url("/clip.mkv"), [&](bool opened) { results.push_back(opened); });
+  ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
+  ASSERT_TRUE(results.front());
+  ASSERT_EQ(graph.GetDecoderInfo().videoDecoder, "vah264dec");
+  ASSERT_TRUE(graph.Play());
+  ASSERT_TRUE(WaitUntil([&] { return graph.HwAccel() == kHwAccelNone; }, kWaitMs));
+  // The address is asked again while the interface goes on.
+  EXPECT_TRUE(graph.IsOpening());
+  ASSERT_TRUE(WaitUntil([&] { return !graph.IsOpening() && graph.GetPosition() > 1.0; }, kWaitMs));
+  EXPECT_EQ(graph.GetDecoderInfo().videoDecoder, "avdec_h264");
+  EXPECT_EQ(graph.State(), 2);
+  EXPECT_GE(server.RequestCount(), 2);
+  EXPECT_EQ(std::count(events.begin(), events.end(), kEcErrorAbort), 0);
 }
 
 TEST_F(PlaybackFaultTest, AProfileTheHardwareCannotDecodeGoesToSoftwareAtOnce) {

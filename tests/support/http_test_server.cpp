@@ -23,6 +23,8 @@ QByteArray ReasonPhrase(int status) {
       return "OK";
     case 204:
       return "No Content";
+    case 206:
+      return "Partial Content";
     case 301:
       return "Moved Permanently";
     case 302:
@@ -151,6 +153,24 @@ void HttpTestServer::Serve(int client) {
       response.status = 404;
       response.body = "not found";
     }
+  }
+  // A scripted body answers "Range: bytes=N-" as a real server does, so a
+  // client can seek in it.
+  if (response.rangeRequests && response.status == 200 && response.bodySize < 0) {
+    const QByteArray lower = request.headers.toLower();
+    const qsizetype at = lower.indexOf("range: bytes=");
+    const qsizetype size = response.body.size();
+    bool ok = false;
+    const qsizetype from =
+        at < 0 ? 0 : lower.mid(at + 13, lower.indexOf('-', at) - at - 13).trimmed().toLongLong(&ok);
+    if (ok && from > 0 && from < size) {
+      response.status = 206;
+      response.headers.emplace_back("Content-Range", "bytes " + QByteArray::number(from) + '-' +
+                                                         QByteArray::number(size - 1) + '/' +
+                                                         QByteArray::number(size));
+      response.body = response.body.mid(from);
+    }
+    response.headers.emplace_back("Accept-Ranges", "bytes");
   }
   if (response.delayMs > 0 && WaitForStop(response.delayMs)) return;
   if (response.dropConnection) return;

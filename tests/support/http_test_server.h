@@ -31,6 +31,7 @@ struct HttpResponse {
   bool dropConnection = false;    // close without a reply
   int trickleBytesPerSecond = 0;  // > 0: the body a tenth of this every 100 ms
   int64_t cutAfterBytes = -1;     // >= 0: the connection drops after this much body
+  bool rangeRequests = false;     // answer "Range: bytes=N-" with 206 and the rest of `body`
 };
 
 struct HttpRequest {
