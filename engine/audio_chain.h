@@ -1,6 +1,6 @@
 #pragma once
-// The audio side of a graph. An audio stream gets a branch of its own (its
-// decoder) into one input-selector when it is first chosen; behind it one shared
+// The audio side of a graph. Every audio stream of the input gets a branch
+// of its own (its decoder) into one input-selector; behind it one shared
 // chain: convert → [mixing] → DRC stage → time-stretch stage → AudioSwitcher
 // stage → volume → convert → resample → renderer. Switching the selector's
 // active input switches the track while the graph runs; the inactive
@@ -69,9 +69,7 @@ struct AudioBranch {
   std::string streamId;
   ElementRef decoder;  // lavAudio for this stream
   PadRef selectorPad;
-  CapsRef caps;          // as the splitter gave them
-  PadRef sourcePad;      // the splitter's pad of the stream
-  gulong idleProbe = 0;  // drops the stream's data while another track plays
+  CapsRef caps;  // as the splitter gave them
 };
 
 // Builds the shared chain inside `bin` for a first stream of `caps` and

@@ -6,11 +6,49 @@
 #include "foundation/trace.h"
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <mutex>
 
 namespace zelvaro {
 namespace {
+
+// A switch while running is complete when the new track's data has reached
+// the renderer: one or two of its buffers.
+constexpr auto kHandoverLimit = std::chrono::milliseconds(300);
+
+// Which thread feeds the new input, and whether that thread has reached the
+// renderer (so the old input's thread has left it for good).
+struct Handover {
+  std::mutex mutex;
+  std::condition_variable reached;
+  GThread* feeder = nullptr;
+  bool done = false;
+};
+using HandoverPtr = std::shared_ptr<Handover>;
+
+void DeleteHandover(gpointer data) {
+  delete static_cast<HandoverPtr*>(data);
+}
+
+GstPadProbeReturn OnNewInputData(GstPad*, GstPadProbeInfo*, gpointer data) {
+  Handover& handover = **static_cast<HandoverPtr*>(data);
+  std::lock_guard<std::mutex> guard(handover.mutex);
+  handover.feeder = g_thread_self();
+  return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn OnRendererData(GstPad*, GstPadProbeInfo*, gpointer data) {
+  Handover& handover = **static_cast<HandoverPtr*>(data);
+  std::lock_guard<std::mutex> guard(handover.mutex);
+  // The renderer's stream lock is held here: no other thread is inside it.
+  if (handover.feeder == g_thread_self()) {
+    handover.done = true;
+    handover.reached.notify_all();
+  }
+  return GST_PAD_PROBE_OK;
+}
 
 // Passes the first flush-start that reaches the old input on to the
 // selector's output, where the selector itself would drop it.
@@ -122,64 +160,70 @@ bool PlaybackGraph::SelectAudioTrack(int track, bool running, double rate) {
   std::optional<std::string> streamId = streams_.StreamId(StreamKind::kAudio, track);
   if (!streamId) return false;
   ElementRef selector;
-  std::optional<AudioBranch> target;
+  ElementRef renderer;
+  PadRef input;
   {
     std::lock_guard<std::mutex> guard(mutex_);
     selector = audio_.selector;
+    renderer = audio_.renderer;
     for (const AudioBranch& branch : audioBranches_) {
-      if (branch.streamId == *streamId) target = branch;
+      if (branch.streamId == *streamId) input = branch.selectorPad;
     }
   }
-  if (!target) {
-    // Chosen for the first time: it gets its decoder now.
-    std::lock_guard<std::mutex> streamGuard(streamMutex_);
-    target = LinkParkedAudio(*streamId);
-  }
-  if (!selector || !target) {
+  if (!selector || !input) {
     Trace("Audio track %d has no decoder branch", track);
     return false;
   }
   std::optional<AudioBranch> active = ActiveAudioBranch();
-  if (active && active->selectorPad.get() == target->selectorPad.get()) return true;
+  if (active && active->selectorPad.get() == input.get()) return true;
   Trace("Audio track %d selected (%s)", track, streamId->c_str());
-  auto setIdleProbe = [this](const AudioBranch& branch, gulong probe) {
-    std::lock_guard<std::mutex> guard(mutex_);
-    for (AudioBranch& item : audioBranches_) {
-      if (item.selectorPad.get() == branch.selectorPad.get()) item.idleProbe = probe;
-    }
-  };
-  if (target->idleProbe != 0) {
-    gst_pad_remove_probe(target->sourcePad.get(), target->idleProbe);
-    setIdleProbe(*target, 0);
-  }
 
-  // Only the playing track is decoded, so the new track's decoder has had no
-  // data: the switch is a seek to where the graph stands, and the demuxer
-  // sends the new track's sound from there. The selector passes a flush on
-  // only from its active input, and the old input's thread may sit in the
-  // renderer (paused on its preroll buffer, or waiting for its time): the
-  // old input's flush is passed on by hand, which frees that thread.
-  int64_t position = Position100ns().value_or(0);
-  auto forward = std::make_shared<FlushForward>();
-  forward->output = PadRef::Adopt(gst_element_get_static_pad(selector.get(), "src"));
-  PadRef oldInput = active ? active->selectorPad : PadRef();
-  gulong flushProbe =
-      oldInput ? gst_pad_add_probe(oldInput.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH, OnOldInputFlush,
-                                   new FlushForwardPtr(forward), DeleteFlushForward)
-               : 0;
-  g_object_set(selector.get(), "active-pad", target->selectorPad.get(), nullptr);
-  SetPositions(position, false, rate);
-  if (oldInput) gst_pad_remove_probe(oldInput.get(), flushProbe);
-  if (oldInput && !forward->done) {
-    // No flush came: the old input's thread still holds the renderer.
-    g_object_set(selector.get(), "active-pad", oldInput.get(), nullptr);
-    setIdleProbe(*target, DropStream(target->sourcePad.get()));
-    Trace("Audio track %d: the switch could not flush; kept the old track", track);
-    return false;
+  // The selector passes a flush on only from its active input. The thread of
+  // the input that was active may still sit in the renderer (paused there
+  // on its preroll buffer, or waiting for its time): a later seek would
+  // then flush the old input, not reach the renderer, and wait on that
+  // thread for ever. So no switch returns while that thread is there.
+  if (!running) {
+    // Paused: a seek to where the graph stands makes the new track's sound
+    // the preroll; the seek's flush of the old input is passed on by hand,
+    // which frees its thread from the renderer.
+    int64_t position = Position100ns().value_or(0);
+    auto forward = std::make_shared<FlushForward>();
+    forward->output = PadRef::Adopt(gst_element_get_static_pad(selector.get(), "src"));
+    PadRef oldInput = active ? active->selectorPad : PadRef();
+    gulong flushProbe = oldInput ? gst_pad_add_probe(oldInput.get(), GST_PAD_PROBE_TYPE_EVENT_FLUSH,
+                                                     OnOldInputFlush, new FlushForwardPtr(forward),
+                                                     DeleteFlushForward)
+                                 : 0;
+    g_object_set(selector.get(), "active-pad", input.get(), nullptr);
+    SetPositions(position, false, rate);
+    if (oldInput) gst_pad_remove_probe(oldInput.get(), flushProbe);
+    if (oldInput && !forward->done) {
+      // No flush came: the old input's thread still holds the renderer.
+      g_object_set(selector.get(), "active-pad", oldInput.get(), nullptr);
+      Trace("Audio track %d: the switch could not flush; kept the old track", track);
+      return false;
+    }
+    return true;
   }
-  // The old track is no longer decoded.
-  if (active) setIdleProbe(*active, DropStream(active->sourcePad.get()));
-  if (running) SetState(GST_STATE_PLAYING);
+  // Running: the old thread leaves the renderer within a buffer; wait until
+  // the new input's thread has been there.
+  auto handover = std::make_shared<Handover>();
+  PadRef rendererSink = PadRef::Adopt(gst_element_get_static_pad(renderer.get(), "sink"));
+  auto dataMask =
+      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST);
+  gulong rendererProbe = gst_pad_add_probe(rendererSink.get(), dataMask, OnRendererData,
+                                           new HandoverPtr(handover), DeleteHandover);
+  gulong inputProbe = gst_pad_add_probe(input.get(), dataMask, OnNewInputData,
+                                        new HandoverPtr(handover), DeleteHandover);
+  g_object_set(selector.get(), "active-pad", input.get(), nullptr);
+  std::unique_lock<std::mutex> lock(handover->mutex);
+  // Without data flowing (the end of the input) nobody holds the renderer,
+  // and the wait ends at its limit.
+  handover->reached.wait_for(lock, kHandoverLimit, [&] { return handover->done; });
+  lock.unlock();
+  gst_pad_remove_probe(rendererSink.get(), rendererProbe);
+  gst_pad_remove_probe(input.get(), inputProbe);
   return true;
 }
 

@@ -101,26 +101,19 @@ void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
   }
   Trace("Rendering pin: %s (%.*s)", GST_PAD_NAME(pad), static_cast<int>(media.size()),
         media.data());
-  bool parked = false;
   if (linkVideo) {
     if (!LinkVideoBranch(pad, caps)) {
       std::lock_guard<std::mutex> guard(mutex_);
       videoFailed_ = true;
     }
-  } else if (linkAudio && IsStartingAudioTrack(pad)) {
-    if (!LinkAudioBranch(pad, caps)) {
+  } else if (linkAudio) {
+    if (!LinkAudioBranch(pad, caps, IsStartingAudioTrack(pad))) {
       std::lock_guard<std::mutex> guard(mutex_);
       ++failedAudioStreams_;
     }
-  } else if (linkAudio) {
-    // Another track plays: this one waits, undecoded, for the menu.
-    GCharHandle streamId{gst_pad_get_stream_id(pad)};
-    std::string id = streamId ? streamId.get() : GST_PAD_NAME(pad);
-    parkedAudio_[id] = {PadRef::Share(pad), CapsRef::Share(caps), DropStream(pad)};
-    parked = true;
   }
   // Streams nobody plays are dropped; left unlinked they would stop the demuxer.
-  if (!parked && !gst_pad_is_linked(pad)) DropStream(pad);
+  if (!gst_pad_is_linked(pad)) DropStream(pad);
   {
     std::lock_guard<std::mutex> guard(mutex_);
     ++handledStreams_;
@@ -245,7 +238,7 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
   return true;
 }
 
-bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
+bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting) {
   std::string factory = DecoderFactoryFor(caps, "audio/x-raw");
   if (factory.empty()) {
     Trace("Failed to connect the demuxer to an audio decoder: no decoder");
@@ -260,7 +253,6 @@ bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
   GCharHandle streamId{gst_pad_get_stream_id(pad)};
   branch.streamId = streamId ? streamId.get() : GST_PAD_NAME(pad);
   branch.caps = CapsRef::Share(caps);
-  branch.sourcePad = PadRef::Share(pad);
   if (!ConnectAudioBranch(GST_BIN(pipeline_.get()), laneSource.get(), factory, selector.get(),
                           &branch)) {
     ReleaseQueueLane(laneSink);
@@ -272,9 +264,11 @@ bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
     first = audioBranches_.empty();
     audioBranches_.push_back(branch);
   }
-  // The first stream plays; left alone, the selector would take whichever
-  // input brings data first.
-  if (first) g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
+  // The starting track plays (the first stream until it is linked); left
+  // alone, the selector would take whichever input brings data first.
+  if (first || starting) {
+    g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
+  }
   if (gst_pad_link(pad, laneSink.get()) != GST_PAD_LINK_OK) {
     Trace("Failed to connect the demuxer to an audio decoder: %s", GST_PAD_NAME(pad));
     if (first) {
@@ -321,42 +315,11 @@ bool PlaybackGraph::IsStartingAudioTrack(GstPad* pad) {
   return track == startingAudioTrack_ || track < 0;
 }
 
-std::optional<AudioBranch> PlaybackGraph::LinkParkedAudio(const std::string& streamId) {
-  auto parked = parkedAudio_.find(streamId);
-  ElementRef selector;
-  {
-    std::lock_guard<std::mutex> guard(mutex_);
-    selector = audio_.selector;
-  }
-  if (parked == parkedAudio_.end() || !selector) return std::nullopt;
-  std::string factory = DecoderFactoryFor(parked->second.caps.get(), "audio/x-raw");
-  PadRef laneSink;
-  PadRef laneSource;
-  if (factory.empty() || !RequestQueueLane(&laneSink, &laneSource)) return std::nullopt;
-  AudioBranch branch;
-  branch.streamId = streamId;
-  branch.caps = parked->second.caps;
-  branch.sourcePad = parked->second.pad;
-  if (!ConnectAudioBranch(GST_BIN(pipeline_.get()), laneSource.get(), factory, selector.get(),
-                          &branch) ||
-      gst_pad_link(branch.sourcePad.get(), laneSink.get()) != GST_PAD_LINK_OK) {
-    Trace("Audio track %s could not be linked", streamId.c_str());
-    ReleaseQueueLane(laneSink);
-    return std::nullopt;
-  }
-  // Linked while the data is still dropped: the caller lets it through.
-  branch.idleProbe = parked->second.dropProbe;
-  parkedAudio_.erase(parked);
-  std::lock_guard<std::mutex> guard(mutex_);
-  audioBranches_.push_back(branch);
-  return branch;
-}
-
-gulong PlaybackGraph::DropStream(GstPad* pad) {
+void PlaybackGraph::DropStream(GstPad* pad) {
   // A sink, even one that neither syncs nor waits, would block the demuxer
   // in its preroll while paused; dropping the data at the pad costs nothing
   // and lets the demuxer go on with the streams that play.
-  return gst_pad_add_probe(
+  gst_pad_add_probe(
       pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
       [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_DROP; }, nullptr, nullptr);
 }

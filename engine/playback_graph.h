@@ -6,11 +6,10 @@
 //   source (filesrc, or urisourcebin for URLs) → parsebin ("the splitter")
 //     → multiqueue → video decoder (chosen by the hardware policy)
 //                    → [deinterlace] → videoconvert → appsink → VideoOutput
-//     → multiqueue → audio decoder ┐ one per audio track chosen so far;
+//     → multiqueue → audio decoder ┐ one per audio stream
 //     → multiqueue → audio decoder ┴→ input-selector → audio chain
 //                                      (audio_chain.h) → audio renderer
-//       only the playing track's data reaches its decoder (audio_track_choice.h
-//       decides which track starts)
+//       (audio_track_choice.h decides which track the selector starts with)
 //     → every other stream is dropped at its pad (a later stage takes subtitles)
 //
 // The streams the splitter announces, linked or not, are listed in a
@@ -171,16 +170,14 @@ class PlaybackGraph {
   // Stream linking (graph_streams.cpp), serialised by streamMutex_.
   void HandleStream(GstPad* pad, GstCaps* caps);
   bool LinkVideoBranch(GstPad* pad, GstCaps* caps);
-  bool LinkAudioBranch(GstPad* pad, GstCaps* caps);
+  // `starting`: the selector plays this one.
+  bool LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting);
   bool EnsureAudioChain(GstCaps* caps, ElementRef* selector);
   void RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink);
   std::optional<AudioBranch> ActiveAudioBranch() const;
-  // Drops a stream's data at its pad; returns the probe.
-  gulong DropStream(GstPad* pad);
+  void DropStream(GstPad* pad);
   // Whether `pad` carries the audio track to start with (under streamMutex_).
   bool IsStartingAudioTrack(GstPad* pad);
-  // Gives a parked audio track a branch (under streamMutex_).
-  std::optional<AudioBranch> LinkParkedAudio(const std::string& streamId);
   // Requests a queue lane; returns its sink and source pads.
   bool RequestQueueLane(PadRef* sink, PadRef* source);
   void ReleaseQueueLane(const PadRef& sink);
@@ -206,12 +203,6 @@ class PlaybackGraph {
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_
   int startingAudioTrack_ = -1;    // guarded by streamMutex_; −1 until the first audio stream
-  struct ParkedAudio {
-    PadRef pad;
-    CapsRef caps;
-    gulong dropProbe = 0;
-  };
-  std::map<std::string, ParkedAudio> parkedAudio_;  // guarded by streamMutex_; by stream id
 
   mutable std::mutex mutex_;  // guards the fields below; never held across a GStreamer call
   std::condition_variable changed_;
