@@ -97,21 +97,40 @@ bool MainWindow::OpenUrl(const QString& url) {
     playlist_->AddFile(url);
     playlist_->SetCurrentByPath(url);
   }
-  if (graph_ && graph_->OpenFile(url)) {
-    ClearAlbumArt();
-    graph_->Play();
-    recentFiles_.Record(url);
-    UpdateTitleBarName();
-    SetToolbarMedia(graph_->IsUrlInput());
-    // The title is the whole address; a URL gets no OSD name, no lyrics and
-    // no album art.
-    setWindowTitle(url);
-    return true;
+  auto showFailure = [this] {
+    QMessageBox box(QMessageBox::Critical, LanguageManager::GetString(u"URLDialog.ErrorTitle"),
+                    LanguageManager::GetString(u"URLDialog.CannotOpen"), QMessageBox::Ok, this);
+    box.exec();
+  };
+  if (!graph_) {
+    showFailure();
+    return false;
   }
-  QMessageBox box(QMessageBox::Critical, LanguageManager::GetString(u"URLDialog.ErrorTitle"),
-                  LanguageManager::GetString(u"URLDialog.CannotOpen"), QMessageBox::Ok, this);
-  box.exec();
-  return false;
+  // The address is opened without holding the window: the OSD says that it
+  // waits, and a new open or closing the player cancels the wait.
+  constexpr int kOpeningOsdMs = 1500;
+  ClearAlbumArt();
+  ShowOsd(LanguageManager::GetString(u"OSD.OpeningUrl"), kOpeningOsdMs);
+  graph_->OpenUrlAsync(
+      url,
+      [this, url, showFailure](bool opened) {
+        if (!opened) {
+          showFailure();
+          return;
+        }
+        graph_->Play();
+        recentFiles_.Record(url);
+        UpdateTitleBarName();
+        SetToolbarMedia(graph_->IsUrlInput());
+        // The title is the whole address; a URL gets no OSD name, no lyrics
+        // and no album art.
+        setWindowTitle(url);
+      },
+      [](int waitedSeconds) {
+        ShowOsd(FormatKey(u"OSD.OpeningUrlFormat", waitedSeconds), kOpeningOsdMs);
+      });
+  // Under way: a caller walking a list stops here; a failure has its box.
+  return true;
 }
 
 void MainWindow::ShowOpenDialog() {
@@ -190,10 +209,21 @@ void MainWindow::Stop() {
 }
 
 void MainWindow::OnGraphEvent(long eventCode) {
-  if (!graph_ || eventCode != EC_COMPLETE) return;
+  if (eventCode == kEcBuffering) {
+    constexpr int kBufferingOsdMs = 1000;
+    if (graph_ && graph_->IsBuffering()) {
+      ShowOsd(FormatKey(u"OSD.BufferingFormat", graph_->BufferingPercent()), kBufferingOsdMs);
+    }
+    return;
+  }
+  // An error the engine could not mend (damaged data, a dropped stream) ends
+  // the input as its end would, so the player never sits frozen on it.
+  const bool ended = eventCode == EC_COMPLETE || eventCode == kEcErrorAbort;
+  if (!graph_ || !ended) return;
   ClearAlbumArt();
 
-  if (ContinueFromMarkA()) return;
+  // Repeating from A after an error would only meet the error again.
+  if (eventCode == EC_COMPLETE && ContinueFromMarkA()) return;
 
   if (!playlist_) {
     OnCommand(ID_STOP);

@@ -4,6 +4,7 @@
 #include "foundation/trace.h"
 
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -110,9 +111,14 @@ ElementRef CreateAudioRenderer(bool* isNullSink) {
   return null;
 }
 
+double VolumeGain(long level) {
+  constexpr long kSilence = -10000;
+  return level <= kSilence ? 0.0 : std::pow(10.0, static_cast<double>(level) / 2000.0);
+}
+
 bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStageNames& stages, const AudioDecoderSettings& settings,
-                       AudioChain* chain) {
+                       const AudioStartLevels& levels, AudioChain* chain) {
   ElementRef selector = MakeElement("input-selector", "audio_selector");
   ElementRef convert = MakeElement("audioconvert");
   ElementRef volume = MakeElement("volume", "basic_audio");
@@ -126,6 +132,11 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
   ElementRef drc = MakeDrcStage(settings);
   ElementRef stretch = MakeOptionalStage(stages.timeStretch, "audio_time_stretch");
   ElementRef switcher = MakeOptionalStage(stages.audioSwitcher, "audio_switcher");
+  g_object_set(volume.get(), "volume", levels.volumeGain, nullptr);
+  if (switcher) {
+    SetNormalizeBoost2(switcher.get(), levels.normalize, levels.maxNormFactor, levels.recover,
+                       levels.boost);
+  }
 
   std::vector<ElementRef*> all = {&selector, &convert, &channels,   &drc,      &stretch,
                                   &switcher, &volume,  &outConvert, &resample, &renderer};

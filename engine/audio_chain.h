@@ -36,6 +36,20 @@ struct AudioStageNames {
   std::string audioSwitcher = "zelvaroaudioswitcher";  // registered by the program
 };
 
+// What the sound starts at, set on the stages as they are made, so that not
+// even the first buffer is louder than asked.
+struct AudioStartLevels {
+  double volumeGain = 1.0;  // amplitude; 0 is silence
+  bool normalize = false;
+  unsigned maxNormFactor = 200;  // the AudioSwitcher's units
+  bool recover = true;
+  unsigned boost = 0;
+};
+
+// A level in hundredths of a decibel (0 full, −10000 and below silence) as
+// an amplitude.
+double VolumeGain(long level);
+
 // The desktop's audio sink when a device answers (probed by taking it to
 // READY), else `fakesink sync=true`. `isNullSink` tells which.
 ElementRef CreateAudioRenderer(bool* isNullSink);
@@ -62,7 +76,7 @@ struct AudioBranch {
 // brings its elements to the bin's state. On false nothing of it is left.
 bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStageNames& stages, const AudioDecoderSettings& settings,
-                       AudioChain* chain);
+                       const AudioStartLevels& levels, AudioChain* chain);
 
 // Adds a stream's decoder between `source` (a queue lane carrying the
 // stream) and a new input of `selector`. On false nothing of the branch is

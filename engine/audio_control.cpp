@@ -105,6 +105,16 @@ bool GraphManager::SetBoost(float factor) {
                                     normalizeRecover_, Hundredths(boostFactor_ - 1.0f));
 }
 
+AudioStartLevels GraphManager::StartLevels() const {
+  AudioStartLevels levels;
+  levels.volumeGain = VolumeGain(VolumeLevel(volume_, muted_));
+  levels.normalize = Settings::GetDwordOr(setting::kAudioNormalize, 0) != 0;
+  levels.recover = Settings::GetDwordOr(setting::kAudioNormalizeRecover, 1) != 0;
+  levels.maxNormFactor = Settings::GetDwordOr(setting::kAudioMaxNormFactor, 200);
+  levels.boost = Settings::GetDwordOr(setting::kAudioBoost, 0);
+  return levels;
+}
+
 void GraphManager::ApplyAudioSettings() {
   if (!graph_->HasAudioSwitcherControl()) return;
   uint32_t normalize = Settings::GetDwordOr(setting::kAudioNormalize, 0);
@@ -128,7 +138,7 @@ bool GraphManager::SetSpeed(double rate) {
     return false;
   }
   // A flushing seek leaves a running pipeline waiting for its preroll.
-  if (state_ == 2) graph_->SetState(GST_STATE_PLAYING);
+  if (state_ == 2 && !bufferingPaused_) graph_->SetState(GST_STATE_PLAYING);
   speed_ = rate;
   return true;
 }

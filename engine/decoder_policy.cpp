@@ -255,6 +255,15 @@ bool ProbeDecoderFactory(const std::string& factory) {
   return usable;
 }
 
+bool FactoryAcceptsCaps(const std::string& factory, const GstCaps* caps) {
+  if (caps == nullptr) return true;
+  GstElementFactory* found = gst_element_factory_find(factory.c_str());
+  if (found == nullptr) return false;
+  bool accepts = gst_element_factory_can_sink_all_caps(found, caps);
+  gst_object_unref(found);
+  return accepts;
+}
+
 int CheckHWAccelSupport(int hwAccel, VideoCodec codec, const DecoderProbe& probe,
                         std::string* factory) {
   for (const std::string& candidate : HardwareDecoderFactories(hwAccel, codec)) {

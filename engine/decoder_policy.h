@@ -65,6 +65,11 @@ std::vector<std::string> HardwareDecoderFactories(int hwAccel, VideoCodec codec)
 bool ProbeDecoderFactory(const std::string& factory);
 using DecoderProbe = std::function<bool(const std::string& factory)>;
 
+// Whether a decoder factory's input takes every one of `caps` (profile, bit
+// depth, chroma, as the splitter states them). A hardware decoder lists
+// what its device can decode there.
+bool FactoryAcceptsCaps(const std::string& factory, const GstCaps* caps);
+
 // Non-zero when `hwAccel` can decode `codec` on this machine; the factory
 // that can is stored in `factory`.
 int CheckHWAccelSupport(int hwAccel, VideoCodec codec, const DecoderProbe& probe,

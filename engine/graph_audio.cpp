@@ -14,7 +14,6 @@
 namespace zelvaro {
 namespace {
 
-constexpr long kSilence = -10000;
 // A switch while running is complete when the new track's data has reached
 // the renderer: one or two of its buffers.
 constexpr auto kHandoverLimit = std::chrono::milliseconds(300);
@@ -82,9 +81,7 @@ bool PlaybackGraph::SetVolumeLevel(long level) {
     basicAudio = audio_.volume;
   }
   if (!basicAudio) return false;
-  // Hundredths of a decibel to amplitude; the floor is true silence.
-  double gain = level <= kSilence ? 0.0 : std::pow(10.0, static_cast<double>(level) / 2000.0);
-  g_object_set(basicAudio.get(), "volume", gain, nullptr);
+  g_object_set(basicAudio.get(), "volume", VolumeGain(level), nullptr);
   return true;
 }
 

@@ -92,10 +92,79 @@ void GraphManager::PostGraphEvent(uint64_t generation, long eventCode) {
   QMetaObject::invokeMethod(
       eventRelay_.get(),
       [this, generation, eventCode] {
-        if (generation != graphGeneration_ || !graphEventSink_) return;
-        graphEventSink_(eventCode);
+        if (generation == graphGeneration_) HandleGraphEvent(eventCode);
       },
       Qt::QueuedConnection);
+}
+
+void GraphManager::HandleGraphEvent(long eventCode) {
+  if (eventCode == kEcErrorAbort && RebuildAfterDecoderFault()) return;
+  if (eventCode == kEcBuffering) FollowBuffering();
+  if (graphEventSink_) graphEventSink_(eventCode);
+}
+
+void GraphManager::FollowBuffering() {
+  std::lock_guard<std::recursive_mutex> guard(lock_);
+  // A live source cannot wait: what does not come in time is lost anyway.
+  if (!graph_ || !isUrlInput_ || liveInput_) return;
+  int percent = graph_->BufferingPercent();
+  ZELVARO_TRACE_FIRST(20, "Buffering %d%%", percent);
+  if (percent < 100 && !bufferingPaused_) {
+    bufferingPaused_ = true;
+    if (state_ == 2) graph_->SetState(GST_STATE_PAUSED);
+  } else if (percent >= 100 && bufferingPaused_) {
+    bufferingPaused_ = false;
+    if (state_ == 2) graph_->SetState(GST_STATE_PLAYING);
+  }
+}
+
+int GraphManager::BufferingPercent() const {
+  return graph_ ? graph_->BufferingPercent() : 100;
+}
+
+bool GraphManager::RebuildAfterDecoderFault() {
+  std::lock_guard<std::recursive_mutex> guard(lock_);
+  if (!graph_ || currentPath_.isEmpty() || !graph_->LastErrorWasHardwareDecoder()) return false;
+  const QString path = currentPath_;
+  const int64_t position = graph_->Position100ns().value_or(0);
+  const int state = state_;
+  const ABRepeat marks = abRepeat_;
+  Trace("Hardware video decoder failed at %.2f s; rebuilding in software", ToSeconds(position));
+  Close();
+  hwAccel_ = kHwAccelNone;
+  softwareOnly_ = true;
+  if (IsUrl(path)) {
+    // A network address is built again off the interface thread too; the
+    // input ends only if that fails.
+    BeginUrlOpen(path,
+                 [this, position, state, marks](bool opened) {
+                   if (!opened) {
+                     if (graphEventSink_) graphEventSink_(kEcErrorAbort);
+                     return;
+                   }
+                   abRepeat_ = marks;
+                   Seek(ToSeconds(position), false, 0);
+                   if (state == 2) Play();
+                   if (state == 1) Pause();
+                 },
+                 {});
+    softwareOnly_ = false;
+    return true;
+  }
+  const bool built = BuildGraph(path);
+  softwareOnly_ = false;
+  if (!built) {
+    Close();
+    return false;
+  }
+  currentPath_ = path;
+  state_ = 0;
+  abRepeat_ = marks;
+  if (!isUrlInput_) LoadSideSubtitles(path);
+  Seek(ToSeconds(position), false, 0);
+  if (state == 2) return Play();
+  if (state == 1) Pause();
+  return true;
 }
 
 bool GraphManager::OpenFile(const QString& path) {
@@ -106,23 +175,30 @@ bool GraphManager::OpenFile(const QString& path) {
   hwAccel_ = static_cast<int>(Settings::GetDwordOr(setting::kLavHwAccel, kHwAccelDefault));
   Trace("OpenFile with HWAccel=%d", hwAccel_);
 
-  if (!BuildGraph(path)) {
+  bool built = BuildGraph(path);
+  // A network address is not asked twice: after a time-out or a network
+  // error a second wait would only double the first.
+  if (!built && !IsUrl(path)) {
     Close();
     std::this_thread::sleep_for(kBetweenBuilds);
-    if (!BuildGraph(path)) {
-      // A hardware decoder that failed at run time is one more reason to
-      // fall back to software, beyond the unconnected picture.
-      bool hardwareFailed = lastBuildHardwareFailed_;
+    built = BuildGraph(path);
+  }
+  if (!built) {
+    // A hardware decoder that failed at run time is one more reason to
+    // fall back to software, beyond the unconnected picture.
+    bool hardwareFailed = lastBuildHardwareFailed_;
+    Close();
+    if (!hardwareFailed || hwAccel_ == kHwAccelNone ||
+        Settings::GetDwordOr(setting::kHwAccelFallback, 1) == 0) {
+      return false;
+    }
+    hwAccel_ = kHwAccelNone;
+    softwareOnly_ = true;
+    built = BuildGraph(path);
+    softwareOnly_ = false;
+    if (!built) {
       Close();
-      if (!hardwareFailed || hwAccel_ == kHwAccelNone ||
-          Settings::GetDwordOr(setting::kHwAccelFallback, 1) == 0) {
-        return false;
-      }
-      hwAccel_ = kHwAccelNone;
-      if (!BuildGraph(path)) {
-        Close();
-        return false;
-      }
+      return false;
     }
   }
   // No picture with a hardware mode: build once more in software. An audio
@@ -142,7 +218,7 @@ bool GraphManager::OpenFile(const QString& path) {
   return true;
 }
 
-bool GraphManager::BuildGraph(const QString& path) {
+GraphBuildRequest GraphManager::PrepareBuild(const QString& path) {
   GraphBuildRequest request;
   request.path = path;
   request.isUrl = IsUrl(path);
@@ -151,19 +227,34 @@ bool GraphManager::BuildGraph(const QString& path) {
   request.splitter = ReadSplitterSettings();
   request.audio = ReadAudioDecoderSettings();
   request.audioStages = audioStageNames_;
+  request.audioLevels = StartLevels();
   request.audioRenderer = audioRendererFactory_;
   request.timeoutMs = request.isUrl ? kUrlBuildTimeoutMs : kFileBuildTimeoutMs;
+  request.forceSoftware = softwareOnly_;
   isUrlInput_ = request.isUrl;
+  return request;
+}
 
+std::unique_ptr<PlaybackGraph> GraphManager::MakeGraph() {
   uint64_t generation = ++graphGeneration_;
-  graph_ = std::make_unique<PlaybackGraph>(
+  return std::make_unique<PlaybackGraph>(
       [this, generation](long eventCode) { PostGraphEvent(generation, eventCode); });
+}
+
+bool GraphManager::BuildGraph(const QString& path) {
+  GraphBuildRequest request = PrepareBuild(path);
+  graph_ = MakeGraph();
   graph_->SetVideoOutput(videoWindowHandle_);
   // Before any decoder exists, as the index is the container's and not the
   // stream's; URLs have none worth a second connection.
-  if (!request.isUrl) ScanKeyframes(path);
+  if (!request.isUrl) {
+    ScanKeyframes(path);
+    request.audioTracks = ReadAudioTrackFacts(path);
+  }
+  return AdoptBuildResult(graph_->Build(request));
+}
 
-  GraphBuildResult result = graph_->Build(request);
+bool GraphManager::AdoptBuildResult(const GraphBuildResult& result) {
   lastBuildHardwareFailed_ = result.hardwareDecoderFailed;
   // Above 3840×2160 the hardware mode is forced in every build, over the
   // user's choice and over the software fall-back.
@@ -171,15 +262,23 @@ bool GraphManager::BuildGraph(const QString& path) {
   if (!result.ok) return false;
   Trace("Graph stands; video decoding mode %s", HwAccelName(result.effectiveHwAccel));
 
+  liveInput_ = result.live;
+  bufferingPaused_ = false;
   frameRate_ = result.frameRate;
   hasVideo_ = result.videoConnected;
   videoConnected_ = result.videoConnected;
   ApplyAudioSettings();
   if (result.audioConnected) SetVolume(volume_);
   if (speed_ != 1.0) {
-    // The speed of the last file carries over, without SetSpeed's range test.
-    if (std::shared_ptr<AudioTimeStretch> stretch = graph_->TimeStretch()) stretch->SetRate(speed_);
-    graph_->SetRate(speed_);
+    // The speed of the last file carries over, without SetSpeed's range test;
+    // an input that cannot take it (a live one) plays at 1.0 and says so.
+    std::shared_ptr<AudioTimeStretch> stretch = graph_->TimeStretch();
+    if (stretch) stretch->SetRate(speed_);
+    if (result.live || !graph_->SetRate(speed_)) {
+      Trace("Speed %.2f cannot carry over; back to 1.0", speed_);
+      speed_ = 1.0;
+      if (stretch) stretch->SetRate(1.0);
+    }
   }
   if (videoWindowHandle_ != nullptr) {
     if (videoConnected_) {
@@ -210,6 +309,7 @@ void GraphManager::ScanKeyframes(const QString& path) {
 
 void GraphManager::Close() {
   std::lock_guard<std::recursive_mutex> guard(lock_);
+  CancelPendingOpen();
   state_ = 0;
   currentPath_.clear();
   // From here on, events of the old graph that are still queued are stale.
@@ -226,6 +326,8 @@ void GraphManager::Close() {
   }
   state_ = 0;
   isUrlInput_ = false;
+  liveInput_ = false;
+  bufferingPaused_ = false;
   videoConnected_ = true;
 }
 
@@ -233,6 +335,15 @@ bool GraphManager::Play() {
   std::lock_guard<std::recursive_mutex> guard(lock_);
   if (!graph_) return false;
   Trace("Play() - Current state: %d", state_);
+  // While a network address buffers, Play is what the user asked for; the
+  // pipeline runs once the buffer is full.
+  if (isUrlInput_ && !liveInput_ && graph_->BufferingPercent() < 100) bufferingPaused_ = true;
+  if (bufferingPaused_) {
+    state_ = 2;
+    // Tells the interface at once how far the buffer is.
+    PostGraphEvent(graphGeneration_, kEcBuffering);
+    return true;
+  }
   bool ran = graph_->SetState(GST_STATE_PLAYING);
   Trace("Play() - Run() returned: %s", ran ? "ok" : "failed");
   if (!ran && graph_->LastErrorWasOutOfResources() && hwAccel_ != kHwAccelNone &&
@@ -279,7 +390,7 @@ bool GraphManager::Seek(double seconds, bool snap, int direction) {
   if (onKeyframe) target = SnapToKeyframe(keyframes_, target, direction);
   int remembered = state_;
   bool positioned = graph_->SetPositions(target, onKeyframe, speed_);
-  if (remembered == 2 && positioned) graph_->SetState(GST_STATE_PLAYING);
+  if (remembered == 2 && positioned && !bufferingPaused_) graph_->SetState(GST_STATE_PLAYING);
   return positioned;
 }
 

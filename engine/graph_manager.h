@@ -14,7 +14,14 @@
 // and the graph events (kEcComplete at the end of the input, kEcErrorAbort)
 // come back to the interface thread as queued calls of the sink set with
 // SetGraphEventSink, never directly; an event of a graph that has since been
-// closed is dropped.
+// closed is dropped. A fault of a hardware video decoder never reaches the
+// sink: the input is rebuilt in software where it stood. Any other error
+// does, once per graph, and means the input has ended. kEcBuffering tells
+// that a network buffer's level changed (BufferingPercent).
+//
+// A network address opened with OpenUrlAsync is built on a detached thread
+// of its own; only its result comes back, as a queued call. Close (and so
+// every open and the destructor) cancels it without waiting for it.
 //
 // Ownership: GraphManager owns the graph and everything in it. The
 // VideoOutput (the video window and its renderer) is borrowed: the owner
@@ -52,6 +59,8 @@ class QObject;
 namespace zelvaro {
 
 class PlaybackGraph;
+struct GraphBuildRequest;
+struct GraphBuildResult;
 class SubtitleManager;
 class VideoOutput;
 
@@ -75,7 +84,21 @@ class GraphManager {
   void SetAudioRendererFactory(std::function<ElementRef()> factory);
 
   // True when a playable graph stands; it is left stopped on its first frame.
+  // Waits for the input: a network address can take seconds here, see
+  // OpenUrlAsync.
   bool OpenFile(const QString& path);
+  // Opens a network address without waiting for it (graph_url_open.cpp):
+  // the graph is built on a thread of its own while the interface thread
+  // goes on. `progress` is called about once a second with the seconds
+  // waited, and `done` once with the result (stopped, as after OpenFile),
+  // both on the interface thread. Close, or any other open, cancels it:
+  // then neither is called again. A time-out or a network error is not
+  // tried again; only a hardware decoder fault gets a second, software build.
+  using OpenDone = std::function<void(bool opened)>;
+  using OpenProgress = std::function<void(int waitedSeconds)>;
+  void OpenUrlAsync(const QString& url, OpenDone done, OpenProgress progress = {});
+  // True while an OpenUrlAsync waits.
+  bool IsOpening() const { return static_cast<bool>(pendingOpen_); }
   void Close();
   // True when the graph runs; false without a graph.
   bool Play();
@@ -170,6 +193,13 @@ class GraphManager {
   int64_t MarkA() const { return abRepeat_.markA; }
   int64_t MarkB() const { return abRepeat_.markB; }
 
+  // The network buffer of a URL input, 0 to 100 (100 without one). Below
+  // 100 a non-live address pauses the pipeline until the buffer is full
+  // again, while State() keeps what the user asked for: a Pause or Play
+  // meanwhile is kept and holds after the buffering.
+  int BufferingPercent() const;
+  bool IsBuffering() const { return bufferingPaused_; }
+
   // 0 stopped, 1 paused, 2 running: the last state asked for and granted.
   int State() const { return state_; }
   const QString& CurrentPath() const { return currentPath_; }
@@ -188,12 +218,36 @@ class GraphManager {
   std::recursive_mutex& Lock() { return lock_; }
 
  private:
+  struct PendingOpen;
   bool BuildGraph(const QString& path);
+  // The request for a build of `path` with this object's settings; read on
+  // the interface thread.
+  GraphBuildRequest PrepareBuild(const QString& path);
+  // A new graph whose events carry a new generation.
+  std::unique_ptr<PlaybackGraph> MakeGraph();
+  // Takes in graph_'s build result: fields, audio settings, speed, picture.
+  bool AdoptBuildResult(const GraphBuildResult& result);
+  // OpenUrlAsync after its Close, with hwAccel_ and softwareOnly_ as they stand.
+  void BeginUrlOpen(const QString& url, OpenDone done, OpenProgress progress);
+  void StartUrlBuild(const QString& url, std::shared_ptr<PendingOpen> pending);
+  void FinishUrlBuild(const std::shared_ptr<PendingOpen>& pending);
+  void CancelPendingOpen();
   void ScanKeyframes(const QString& path);
   void ApplyOrientation();
   void ApplyAudioSettings();
+  // Volume, mute, normalisation and boost as the next graph's audio stages
+  // are made with them.
+  AudioStartLevels StartLevels() const;
   // Runs on a GStreamer thread; hops to the interface thread.
   void PostGraphEvent(uint64_t generation, long eventCode);
+  // On the interface thread: mends what can be mended, passes the rest on.
+  void HandleGraphEvent(long eventCode);
+  // A hardware video decoder failed while playing: the same input again in
+  // software, at the same position and state. False when that is not the
+  // fault or the rebuild fails (the input then ends).
+  bool RebuildAfterDecoderFault();
+  // Pauses the pipeline below a full network buffer, runs it again at full.
+  void FollowBuffering();
   void LoadSideSubtitles(const QString& mediaPath);
   void ClearSubtitles();
 
@@ -218,11 +272,15 @@ class GraphManager {
   bool hasVideo_ = false;
   bool isUrlInput_ = false;
   bool videoConnected_ = true;
+  bool liveInput_ = false;
+  bool bufferingPaused_ = false;  // the pipeline waits for the network, not the user
   QString currentPath_;
 
   AudioStageNames audioStageNames_;
   std::function<ElementRef()> audioRendererFactory_;
   bool lastBuildHardwareFailed_ = false;
+  // The builds after a hardware fault decode in software whatever the size.
+  bool softwareOnly_ = false;
   // The table of the last file read, so a rebuild of the same unchanged file
   // (software fall-back, retry) does not read its index again.
   QString keyframeSourcePath_;
@@ -234,6 +292,7 @@ class GraphManager {
   GraphEventSink graphEventSink_;
   uint64_t graphGeneration_ = 0;         // interface thread only
   std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here
+  std::shared_ptr<PendingOpen> pendingOpen_;  // the network open in flight
 };
 
 // Whether a path is a network address: it starts, case ignored, with

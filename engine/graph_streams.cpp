@@ -6,6 +6,7 @@
 #include "engine/video_sink.h"
 #include "foundation/trace.h"
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -106,7 +107,7 @@ void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
       videoFailed_ = true;
     }
   } else if (linkAudio) {
-    if (!LinkAudioBranch(pad, caps)) {
+    if (!LinkAudioBranch(pad, caps, IsStartingAudioTrack(pad))) {
       std::lock_guard<std::mutex> guard(mutex_);
       ++failedAudioStreams_;
     }
@@ -132,14 +133,20 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   if (width >= 1 && height >= 1) Trace("Detected video resolution: %dx%d", width, height);
   const double rate = rateNum > 0 && rateDen > 0 ? static_cast<double>(rateNum) / rateDen : 0.0;
 
-  int wanted = HwAccelForVideoSize(request_.hwAccel, width, height);
-  VideoDecoderChoice choice = ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height,
-                                                 request_.video, request_.probe);
+  int wanted =
+      request_.forceSoftware ? kHwAccelNone : HwAccelForVideoSize(request_.hwAccel, width, height);
+  // A hardware decoder must open its device and take this very stream: a
+  // profile, depth or chroma it cannot decode would fail in the middle.
+  DecoderProbe probe = [this, caps](const std::string& candidate) {
+    return request_.probe(candidate) && FactoryAcceptsCaps(candidate, caps);
+  };
+  VideoDecoderChoice choice =
+      ChooseVideoDecoder(wanted, VideoCodecFromCaps(caps), width, height, request_.video, probe);
   std::string factory =
       choice.factory.empty() ? DecoderFactoryFor(caps, "video/x-raw") : choice.factory;
   {
     std::lock_guard<std::mutex> guard(mutex_);
-    result_.resolutionOverride = width > 3840 || height > 2160;
+    result_.resolutionOverride = !request_.forceSoftware && (width > 3840 || height > 2160);
     result_.effectiveHwAccel = choice.hwAccel;
     result_.videoWidth = width;
     result_.videoHeight = height;
@@ -222,7 +229,7 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
   }
   AudioChain chain;
   if (!ConnectAudioChain(GST_BIN(pipeline_.get()), caps, audioRenderer_, request_.audioStages,
-                         request_.audio, &chain)) {
+                         request_.audio, request_.audioLevels, &chain)) {
     return false;
   }
   std::lock_guard<std::mutex> guard(mutex_);
@@ -231,7 +238,7 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
   return true;
 }
 
-bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
+bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting) {
   std::string factory = DecoderFactoryFor(caps, "audio/x-raw");
   if (factory.empty()) {
     Trace("Failed to connect the demuxer to an audio decoder: no decoder");
@@ -257,9 +264,11 @@ bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
     first = audioBranches_.empty();
     audioBranches_.push_back(branch);
   }
-  // The first stream plays; left alone, the selector would take whichever
-  // input brings data first.
-  if (first) g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
+  // The starting track plays (the first stream until it is linked); left
+  // alone, the selector would take whichever input brings data first.
+  if (first || starting) {
+    g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
+  }
   if (gst_pad_link(pad, laneSink.get()) != GST_PAD_LINK_OK) {
     Trace("Failed to connect the demuxer to an audio decoder: %s", GST_PAD_NAME(pad));
     if (first) {
@@ -289,6 +298,21 @@ void PlaybackGraph::RemoveAudioBranch(const AudioBranch& branch, const PadRef& l
   GstElement* selector = GST_ELEMENT(GST_OBJECT_PARENT(branch.selectorPad.get()));
   if (selector != nullptr) gst_element_release_request_pad(selector, branch.selectorPad.get());
   ReleaseQueueLane(laneSink);
+}
+
+bool PlaybackGraph::IsStartingAudioTrack(GstPad* pad) {
+  GCharHandle streamId{gst_pad_get_stream_id(pad)};
+  int track = streams_.TrackOf(StreamKind::kAudio, streamId ? streamId.get() : GST_PAD_NAME(pad));
+  if (startingAudioTrack_ < 0) {
+    // Decided once, at the first audio stream: the splitter has announced
+    // all of them by then (its collection), if not yet their languages.
+    std::vector<AudioTrackFacts> tracks = streams_.Facts(StreamKind::kAudio);
+    if (request_.audioTracks.size() == tracks.size()) tracks = request_.audioTracks;
+    startingAudioTrack_ =
+        std::max(0, ChooseAudioTrack(tracks, request_.splitter.preferredLanguages));
+    Trace("Audio track %d of %zu starts", startingAudioTrack_, tracks.size());
+  }
+  return track == startingAudioTrack_ || track < 0;
 }
 
 void PlaybackGraph::DropStream(GstPad* pad) {

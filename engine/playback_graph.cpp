@@ -128,6 +128,11 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
     Trace("Failed to load: appsink");
     return failed();
   }
+  PadRef videoSinkPad = PadRef::Adopt(gst_element_get_static_pad(videoRenderer_->Sink(), "sink"));
+  gst_pad_add_probe(videoSinkPad.get(),
+                    static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM |
+                                                 GST_PAD_PROBE_TYPE_EVENT_FLUSH),
+                    &PlaybackGraph::OnVideoSinkEvent, this, nullptr);
   if (!CreateSource()) return failed();
 
   GstStateChangeReturn change = gst_element_set_state(pipeline_.get(), GST_STATE_PAUSED);
@@ -144,6 +149,7 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
 
   std::lock_guard<std::mutex> guard(mutex_);
   GraphBuildResult result = result_;
+  result.live = live;
   result.videoConnected = static_cast<bool>(lavVideo_) && !videoFailed_;
   result.audioConnected = !audioBranches_.empty();
   Trace("Connection status - Video: %d, Audio: %d", result.videoConnected, result.audioConnected);
@@ -151,6 +157,12 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
   // build, as an unconnected pin does.
   if (!result.audioConnected && (videoFailed_ || failedAudioStreams_ > 0)) {
     Trace("Still unconnected pin: %s", videoFailed_ ? "video" : "audio");
+    return GraphBuildResult{};
+  }
+  // Subtitles or data alone are nothing to play: such a graph would stand
+  // "running" for ever without a clock that moves or an end that comes.
+  if (!result.videoConnected && !result.audioConnected) {
+    Trace("Neither audio nor video to play");
     return GraphBuildResult{};
   }
   result.ok = true;
@@ -176,7 +188,9 @@ bool PlaybackGraph::CreateSource() {
       Trace("Failed to load URL: %s", uri.c_str());
       return false;
     }
-    g_object_set(source_.get(), "uri", uri.c_str(), nullptr);
+    // A buffer in front of the splitter that reports its level, so a slow
+    // network pauses playback instead of starving it.
+    g_object_set(source_.get(), "uri", uri.c_str(), "use-buffering", TRUE, nullptr);
     g_signal_connect(source_.get(), "pad-added", G_CALLBACK(&PlaybackGraph::OnSourcePadAdded),
                      this);
     gst_bin_add(bin, source_.get());
@@ -214,6 +228,10 @@ bool PlaybackGraph::WaitForStreams(Clock::time_point deadline) {
       std::unique_lock<std::mutex> lock(mutex_);
       changed_.wait_for(lock, kStreamPoll);
       if (error_) return false;
+      if (request_.cancel != nullptr && request_.cancel->load()) {
+        Trace("The wait for the streams was cancelled");
+        return false;
+      }
       int expected = 0;
       for (const auto& [splitter, size] : collectionSizes_) expected += size;
       // Without a stream collection, whatever has been linked so far counts.
@@ -243,6 +261,24 @@ bool PlaybackGraph::HasError() const {
   return error_;
 }
 
+GstPadProbeReturn PlaybackGraph::OnVideoSinkEvent(GstPad*, GstPadProbeInfo* info, gpointer self) {
+  GstEvent* event = GST_PAD_PROBE_INFO_EVENT(info);
+  if (event == nullptr) return GST_PAD_PROBE_OK;
+  auto* graph = static_cast<PlaybackGraph*>(self);
+  switch (GST_EVENT_TYPE(event)) {
+    case GST_EVENT_EOS:
+      graph->videoEnded_ = true;
+      break;
+    case GST_EVENT_FLUSH_STOP:
+    case GST_EVENT_STREAM_START:
+      graph->videoEnded_ = false;
+      break;
+    default:
+      break;
+  }
+  return GST_PAD_PROBE_OK;
+}
+
 GstBusSyncReply PlaybackGraph::OnBusMessage(GstBus*, GstMessage* message, gpointer self) {
   static_cast<PlaybackGraph*>(self)->HandleBusMessage(message);
   // Nobody pops this bus: every message is handled here and dropped.
@@ -266,14 +302,26 @@ void PlaybackGraph::HandleBusMessage(GstMessage* message) {
         videoDecoder = lavVideo_;
       }
       bool fromVideoDecoder = IsDescendantOf(source, videoDecoder.get());
+      // A decoder that cannot take the stream's caps (profile, depth,
+      // chroma) lets the demuxer raise the error, as not-negotiated.
+      bool notNegotiated = debug && std::strstr(debug.get(), "not-negotiated") != nullptr;
       {
         std::lock_guard<std::mutex> guard(mutex_);
         error_ = true;
-        result_.hardwareDecoderFailed = fromVideoDecoder && videoDecoderIsHardware_;
+        result_.hardwareDecoderFailed =
+            videoDecoderIsHardware_ && !videoFailed_ && (fromVideoDecoder || notNegotiated);
         errorOutOfResources_ = fromVideoDecoder && error && error->domain == GST_RESOURCE_ERROR;
       }
       changed_.notify_all();
-      if (built_ && onEvent_) onEvent_(kEcErrorAbort);
+      if (built_ && onEvent_ && !errorReported_.exchange(true)) onEvent_(kEcErrorAbort);
+      break;
+    }
+    case GST_MESSAGE_BUFFERING: {
+      gint percent = 100;
+      gst_message_parse_buffering(message, &percent);
+      if (bufferingPercent_.exchange(percent) != percent && built_ && onEvent_) {
+        onEvent_(kEcBuffering);
+      }
       break;
     }
     case GST_MESSAGE_EOS:
@@ -353,15 +401,22 @@ std::optional<int64_t> PlaybackGraph::Position100ns() {
   if (seekPending_ && NowMs() - seekStartMs_ < kSeekPendingLimitMs) return seekTarget100ns_.load();
   gint64 position = 0;
   // The video sink's own position: other sinks (subtitles, null sinks)
-  // skew what the pipeline answers.
+  // skew what the pipeline answers. Once the picture has ended before the
+  // sound, its sink stands still; the audio renderer goes on to the end.
   GstElement* sink = videoRenderer_ != nullptr ? videoRenderer_->Sink() : nullptr;
   bool videoLinked = false;
+  ElementRef audioRenderer;
   {
     std::lock_guard<std::mutex> guard(mutex_);
     videoLinked = lavVideo_ && !videoFailed_;
+    audioRenderer = audio_.renderer;
   }
-  if (videoLinked && sink != nullptr &&
+  if (videoLinked && !videoEnded_ && sink != nullptr &&
       gst_element_query_position(sink, GST_FORMAT_TIME, &position)) {
+    return position / 100;
+  }
+  if (audioRenderer &&
+      gst_element_query_position(audioRenderer.get(), GST_FORMAT_TIME, &position)) {
     return position / 100;
   }
   if (gst_element_query_position(pipeline_.get(), GST_FORMAT_TIME, &position))
@@ -410,6 +465,11 @@ DecoderInfo PlaybackGraph::ReadDecoderInfo() const {
 bool PlaybackGraph::LastErrorWasOutOfResources() const {
   std::lock_guard<std::mutex> guard(mutex_);
   return errorOutOfResources_;
+}
+
+bool PlaybackGraph::LastErrorWasHardwareDecoder() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return error_ && result_.hardwareDecoderFailed;
 }
 
 void PlaybackGraph::StopAndReleaseRenderer() {

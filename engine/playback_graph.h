@@ -9,17 +9,20 @@
 //     → multiqueue → audio decoder ┐ one per audio stream
 //     → multiqueue → audio decoder ┴→ input-selector → audio chain
 //                                      (audio_chain.h) → audio renderer
+//       (audio_track_choice.h decides which track the selector starts with)
 //     → every other stream is dropped at its pad (a later stage takes subtitles)
 //
 // The streams the splitter announces, linked or not, are listed in a
 // StreamInventory for the track menus.
 //
-// Threads: every public member is called on the interface thread. Streams
-// are linked on streaming threads as parsebin finds them; Build waits for
-// that and for the preroll with a time-out. Bus messages are handled
-// synchronously on the thread that posts them; end of stream and errors go
-// to the EventSink given at construction, on that thread, only after a
-// successful Build.
+// Threads: every public member is called on one thread at a time: the
+// interface thread, except Build, which may run on a thread of its own
+// before the graph is handed over (a network address). Streams are linked
+// on streaming threads as parsebin finds them; Build waits for that and for
+// the preroll with a time-out, or until the request's cancel flag is set.
+// Bus messages are handled synchronously on the thread that posts them; end
+// of stream, the first error and buffering levels go to the EventSink given
+// at construction, on that thread, only after a successful Build.
 //
 // Ownership: the graph owns every element; the VideoOutput is borrowed and
 // must stay alive until SetVideoOutput(nullptr) or the graph's destruction.
@@ -60,8 +63,17 @@ struct GraphBuildRequest {
   SplitterSettings splitter;
   AudioDecoderSettings audio;
   AudioStageNames audioStages;
+  AudioStartLevels audioLevels;
+  // The audio tracks as the container describes them (local files); empty
+  // leaves the choice to what the splitter says.
+  std::vector<AudioTrackFacts> audioTracks;
   DecoderProbe probe = ProbeDecoderFactory;
   int timeoutMs = 10000;  // for finding the streams and the first picture
+  // A rebuild after a hardware fault: software whatever the picture's size.
+  bool forceSoftware = false;
+  // Set from another thread to end the wait for the streams early (the
+  // build then fails); outlives the build.
+  const std::atomic<bool>* cancel = nullptr;
   // Makes the audio renderer instead of the desktop's sink when set (a
   // test's capturing sink).
   std::function<ElementRef()> audioRenderer;
@@ -71,6 +83,7 @@ struct GraphBuildResult {
   bool ok = false;  // the graph stands, paused on its first frame
   bool videoConnected = false;
   bool audioConnected = false;
+  bool live = false;                    // a live source (no preroll, no buffering pause)
   bool resolutionOverride = false;      // above 3840×2160: hardware mode 5 was forced
   bool hardwareDecoderFailed = false;   // a hardware video decoder raised the error
   int effectiveHwAccel = kHwAccelNone;  // the mode that stood after the walk down
@@ -81,7 +94,8 @@ struct GraphBuildResult {
 
 class PlaybackGraph {
  public:
-  // Called on a GStreamer thread with 1 (end of stream) or 3 (error abort).
+  // Called on a GStreamer thread with kEcComplete, kEcErrorAbort or
+  // kEcBuffering (graph_events.h).
   using EventSink = std::function<void(long eventCode)>;
 
   explicit PlaybackGraph(EventSink onEvent);
@@ -130,6 +144,12 @@ class PlaybackGraph {
   // True when the last error came from the video decoder running out of
   // memory or device resources.
   bool LastErrorWasOutOfResources() const;
+  // True when the last error came from a hardware video decoder, or from
+  // caps it could not take (not negotiated on its lane).
+  bool LastErrorWasHardwareDecoder() const;
+
+  // The network buffer's last level, 0 to 100; 100 when nothing buffers.
+  int BufferingPercent() const { return bufferingPercent_; }
 
   // The first step of tearing down: the pipeline stops and the renderer
   // leaves it, so no frame reaches the output any more.
@@ -140,6 +160,7 @@ class PlaybackGraph {
   static void OnSourcePadAdded(GstElement* source, GstPad* pad, gpointer self);
   static void OnStreamPadAdded(GstElement* splitter, GstPad* pad, gpointer self);
   static GstPadProbeReturn OnStreamCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+  static GstPadProbeReturn OnVideoSinkEvent(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
   bool CreateSource();
   bool WaitForStreams(std::chrono::steady_clock::time_point deadline);
@@ -149,11 +170,14 @@ class PlaybackGraph {
   // Stream linking (graph_streams.cpp), serialised by streamMutex_.
   void HandleStream(GstPad* pad, GstCaps* caps);
   bool LinkVideoBranch(GstPad* pad, GstCaps* caps);
-  bool LinkAudioBranch(GstPad* pad, GstCaps* caps);
+  // `starting`: the selector plays this one.
+  bool LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting);
   bool EnsureAudioChain(GstCaps* caps, ElementRef* selector);
   void RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink);
   std::optional<AudioBranch> ActiveAudioBranch() const;
   void DropStream(GstPad* pad);
+  // Whether `pad` carries the audio track to start with (under streamMutex_).
+  bool IsStartingAudioTrack(GstPad* pad);
   // Requests a queue lane; returns its sink and source pads.
   bool RequestQueueLane(PadRef* sink, PadRef* source);
   void ReleaseQueueLane(const PadRef& sink);
@@ -171,9 +195,14 @@ class PlaybackGraph {
   ElementRef audioRenderer_;
   bool audioRendererIsNull_ = false;
   std::atomic<bool> built_{false};
+  // One error per graph reaches the sink: the first says it all, and each
+  // report would move the interface on once more.
+  std::atomic<bool> errorReported_{false};
+  std::atomic<int> bufferingPercent_{100};
 
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_
+  int startingAudioTrack_ = -1;    // guarded by streamMutex_; −1 until the first audio stream
 
   mutable std::mutex mutex_;  // guards the fields below; never held across a GStreamer call
   std::condition_variable changed_;
@@ -193,6 +222,10 @@ class PlaybackGraph {
   bool errorOutOfResources_ = false;
   bool videoDecoderIsHardware_ = false;
   GraphBuildResult result_;
+
+  // The picture's lane has ended (its sink saw the end of stream); a seek
+  // or a new stream starts it again. The clock then comes from the sound.
+  std::atomic<bool> videoEnded_{false};
 
   // A flushing seek in flight reports its target as the position until the
   // pipeline has prerolled again (ASYNC_DONE).

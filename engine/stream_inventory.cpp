@@ -145,6 +145,27 @@ std::optional<std::string> StreamInventory::StreamId(StreamKind kind, int track)
   return entries[static_cast<size_t>(track)].streamId;
 }
 
+std::vector<AudioTrackFacts> StreamInventory::Facts(StreamKind kind) const {
+  std::vector<AudioTrackFacts> facts;
+  for (const Entry& entry : Snapshot(kind)) {
+    AudioTrackFacts track;
+    QString title;
+    ReadTags(entry.stream.get(), entry.pad.get(), &track.language, &title);
+    GstStreamFlags flags = GST_STREAM_FLAG_NONE;
+    if (entry.stream) {
+      flags = gst_stream_get_stream_flags(entry.stream.get());
+    } else if (entry.pad) {
+      using EventRef = GstRef<GstEvent, GstMiniObjectRefTraits>;
+      EventRef start =
+          EventRef::Adopt(gst_pad_get_sticky_event(entry.pad.get(), GST_EVENT_STREAM_START, 0));
+      if (start) gst_event_parse_stream_flags(start.get(), &flags);
+    }
+    track.isDefault = (flags & GST_STREAM_FLAG_SELECT) != 0;
+    facts.push_back(track);
+  }
+  return facts;
+}
+
 int StreamInventory::TrackOf(StreamKind kind, const std::string& streamId) const {
   std::vector<Entry> entries = Snapshot(kind);
   for (size_t i = 0; i < entries.size(); ++i) {

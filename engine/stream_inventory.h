@@ -11,6 +11,7 @@
 // from the stream's tags as they stand then (a demuxer sends them after it
 // announces the stream).
 
+#include "engine/audio_track_choice.h"
 #include "engine/gst_ref.h"
 
 #include <QString>
@@ -44,6 +45,9 @@ class StreamInventory {
   // Empty when `track` is out of range.
   QString Name(StreamKind kind, int track) const;
   std::optional<std::string> StreamId(StreamKind kind, int track) const;
+  // Language and default flag of each track of a kind, as the splitter
+  // knows them now (languages often come later, with the data).
+  std::vector<AudioTrackFacts> Facts(StreamKind kind) const;
   // The track number of a stream; −1 when it is not of that kind.
   int TrackOf(StreamKind kind, const std::string& streamId) const;
 

@@ -3,6 +3,7 @@
 // recent files, and files dropped on the window.
 
 #include "app/commands.h"
+#include "app/osd_formats.h"
 #include "app/url_dialog.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
@@ -10,8 +11,10 @@
 #include "library/playlist_model.h"
 #include "library/series_files.h"
 #include "tests/app/shell_test_support.h"
+#include "tests/support/http_test_server.h"
 
 #include <QClipboard>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QUrl>
@@ -256,6 +259,46 @@ class MainWindowOpenTest : public QObject {
     }
     QCOMPARE(seen, (QStringList{QString(), LanguageManager::GetString(u"URLDialog.InvalidURL")}));
     QVERIFY(window->graph()->CurrentPath().isEmpty());
+  }
+
+  void aSilentAddressHoldsNeitherTheWindowNorItsClosing() {
+    test::HttpTestServer server;
+    server.Route("/silent.mkv", {.delayMs = 60'000});  // accepts, never answers
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    int ticks = 0;
+    QTimer ticker;
+    connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
+    ticker.start(20);
+
+    // Under way at once; the window's timers run and the OSD counts the wait.
+    QVERIFY(window->OpenUrl(server.Url("/silent.mkv")));
+    QCOMPARE(test::OsdText(), LanguageManager::GetString(u"OSD.OpeningUrl"));
+    QTRY_VERIFY_WITH_TIMEOUT(ticks >= 10, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(test::OsdText(), FormatKey(u"OSD.OpeningUrlFormat", 1), 5000);
+    QVERIFY(window->graph()->IsOpening());
+
+    // An address that fails gets the box, once: it is not asked twice.
+    QStringList seen;
+    {
+      test::ModalHandler handler([&seen](QWidget* modal) {
+        if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+          seen << box->text();
+          box->accept();
+        }
+      });
+      QVERIFY(window->OpenUrl(server.Url("/missing.mkv")));
+      QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 1, 10000);
+    }
+    QCOMPARE(seen.front(), LanguageManager::GetString(u"URLDialog.CannotOpen"));
+
+    // Closing while an address is silent does not wait for it.
+    QVERIFY(window->OpenUrl(server.Url("/silent.mkv")));
+    QTRY_VERIFY_WITH_TIMEOUT(server.RequestCount() == 3, 5000);
+    QElapsedTimer wall;
+    wall.start();
+    test::StopPlayer();
+    QVERIFY(wall.elapsed() < 1000);
   }
 
  private:

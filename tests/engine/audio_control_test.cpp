@@ -198,6 +198,28 @@ TEST_F(AudioControlTest, VolumeAndMuteGiveTheDecibelCurve) {
   EXPECT_NEAR(Peak(capture.Samples(changedAt + 14400, changedAt + 24000)), 0.125f, 0.005f);
 }
 
+TEST_F(AudioControlTest, TheFirstBufferIsNeverLouderThanAsked) {
+  // The first buffer is decoded while the graph is built, before any setter
+  // could reach the stages: they must be made at the levels asked for.
+  QString file = LevelFile("quarter_start.flac", "0.25", 1);
+  struct Case {
+    float volume;
+    bool muted;
+    float maxPeak;
+  };
+  for (const Case& c : {Case{0.5f, true, 0.0f}, Case{0.01f, false, 0.0026f}}) {
+    SCOPED_TRACE(c.volume);
+    graph.SetMuted(c.muted);
+    graph.SetVolume(c.volume);
+    AudioCapture capture(false);
+    graph.SetAudioRendererFactory(capture.Factory());
+    ASSERT_TRUE(graph.OpenFile(file));
+    ASSERT_TRUE(graph.Play());
+    ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > 0; }, kWaitMs));
+    EXPECT_LE(Peak(capture.Samples(0, 4800)), c.maxPeak);
+  }
+}
+
 TEST_F(AudioControlTest, SettersClampAndSaveBeforeTheyNeedAGraph) {
   EXPECT_FALSE(graph.SetVolume(1.5f));  // no graph: stored all the same
   EXPECT_EQ(graph.Volume(), 1.0f);

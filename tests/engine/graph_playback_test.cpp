@@ -16,9 +16,11 @@
 #include <QFile>
 #include <QProcess>
 #include <QThread>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace zelvaro {
@@ -150,6 +152,23 @@ TEST_F(GraphPlaybackTest, EndOfStreamReachesTheInterfaceThreadAsGraphEvent) {
   // After the end, Stop brings the start back, as the interface does.
   graph.Stop();
   EXPECT_TRUE(WaitForFrameAt(0.0));
+}
+
+TEST_F(GraphPlaybackTest, TheClockRunsOnWhenThePictureEndsBeforeTheSound) {
+  // 1 s of picture, 4 s of sound.
+  ASSERT_TRUE(graph.OpenFile(FixturePath("audio_outlasts_video.mkv")));
+  ASSERT_TRUE(graph.Seek(0.6, false, 0));
+  ASSERT_TRUE(graph.Play());
+  ASSERT_TRUE(WaitForPosition(1.5));
+  EXPECT_TRUE(events.empty());
+  ASSERT_TRUE(WaitForPosition(3.5));
+  ASSERT_TRUE(WaitUntil([&] { return !events.empty(); }, kWaitMs));
+  EXPECT_EQ(events.front(), kEcComplete);
+  // A seek back into the picture takes the clock from it again.
+  graph.Pause();
+  ASSERT_TRUE(graph.Seek(0.4, false, 0));
+  ASSERT_TRUE(WaitForFrameAt(0.4));
+  EXPECT_NEAR(graph.GetPosition(), 0.4, 0.05);
 }
 
 TEST_F(GraphPlaybackTest, HardwareModesFallBackToSoftwareOnThisMachine) {
@@ -317,6 +336,19 @@ TEST_F(GraphPlaybackTest, BrokenInputsFailCleanly) {
   EXPECT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
 }
 
+TEST_F(GraphPlaybackTest, InputsWithNothingToPlayFailAtOnce) {
+  for (const char* file : {"subtitles_only.mkv", "multitrack_en.srt", "data_only.ts"}) {
+    SCOPED_TRACE(file);
+    QElapsedTimer wall;
+    wall.start();
+    EXPECT_FALSE(graph.OpenFile(FixturePath(file)));
+    // Not the build's time-out: both attempts see at once that no stream plays.
+    EXPECT_LT(wall.elapsed(), 2000);
+    EXPECT_TRUE(graph.CurrentPath().isEmpty());
+    EXPECT_FALSE(graph.Play());
+  }
+}
+
 TEST_F(GraphPlaybackTest, MissingAudioStagesDegradeToPlainAudio) {
   AudioStageNames stages;
   stages.timeStretch = "zelvaro_no_such_stretch";
@@ -389,9 +421,126 @@ TEST_F(GraphPlaybackTest, OpensAUrlFromAnHttpServer) {
   ASSERT_TRUE(graph.Play());
   EXPECT_TRUE(WaitForPosition(0.5));
 
-  // An address that answers 404 fails the open.
+  // An address that answers 404 fails the open, and is not asked twice.
   EXPECT_FALSE(graph.OpenFile(server.Url("/missing.mkv")));
   EXPECT_FALSE(graph.IsUrlInput());
+  int missingRequests = 0;
+  for (const test::HttpRequest& request : server.Requests()) {
+    missingRequests += request.path == "/missing.mkv" ? 1 : 0;
+  }
+  EXPECT_EQ(missingRequests, 1);
+}
+
+TEST_F(GraphPlaybackTest, AStreamCutInTheMiddleEndsTheInput) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  // Five seconds announced, about three sent (slowly, so the graph stands
+  // first), then the connection drops.
+  server.Route("/cut.mkv", {.body = file.readAll(),
+                            .contentType = "video/x-matroska",
+                            .trickleBytesPerSecond = 30'000,
+                            .cutAfterBytes = 40'000});
+  ASSERT_TRUE(graph.OpenFile(server.Url("/cut.mkv")));
+  ASSERT_TRUE(graph.Play());
+  // Whether the source calls it an error or an end, the input ends once and
+  // the interface hears of it, instead of a picture that stands for ever.
+  auto ends = [&] {
+    return std::count(events.begin(), events.end(), kEcErrorAbort) +
+           std::count(events.begin(), events.end(), kEcComplete);
+  };
+  ASSERT_TRUE(WaitUntil([&] { return ends() > 0; }, kWaitMs * 2));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(ends(), 1);
+}
+
+TEST_F(GraphPlaybackTest, ASlowAddressBuffersThenPlaysAndKeepsTheUsersPause) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  // About 67 KB at 20 KB/s: slower than the clip plays.
+  server.Route(
+      "/slow.mkv",
+      {.body = file.readAll(), .contentType = "video/x-matroska", .trickleBytesPerSecond = 20'000});
+  std::vector<bool> results;
+  graph.OpenUrlAsync(server.Url("/slow.mkv"), [&](bool opened) { results.push_back(opened); });
+  ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
+  ASSERT_TRUE(results.front());
+
+  ASSERT_TRUE(graph.Play());
+  EXPECT_EQ(graph.State(), 2);
+  // The buffer is not full yet: the pipeline waits, and says how far it is.
+  ASSERT_TRUE(WaitUntil([&] { return graph.IsBuffering(); }, kWaitMs));
+  EXPECT_LT(graph.BufferingPercent(), 100);
+  ASSERT_TRUE(WaitUntil([&] { return std::count(events.begin(), events.end(), kEcBuffering) > 0; },
+                        kWaitMs));
+  // The user pauses meanwhile: the full buffer does not undo that.
+  graph.Pause();
+  EXPECT_EQ(graph.State(), 1);
+  ASSERT_TRUE(WaitUntil([&] { return !graph.IsBuffering(); }, kWaitMs * 2));
+  EXPECT_EQ(graph.BufferingPercent(), 100);
+  EXPECT_EQ(graph.State(), 1);
+  double pausedAt = graph.GetPosition();
+  EXPECT_LT(pausedAt, 0.2);
+  ASSERT_TRUE(graph.Play());
+  EXPECT_TRUE(WaitForPosition(pausedAt + 1.0));
+}
+
+TEST_F(GraphPlaybackTest, AUrlOpensWhileTheInterfaceThreadGoesOn) {
+  QFile file(FixturePath("pattern_h264_aac.mkv"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  test::HttpTestServer server;
+  server.Route("/clip.mkv", {.body = file.readAll(), .contentType = "video/x-matroska"});
+  server.Route("/silent.mkv", {.delayMs = 60'000});  // accepts, never answers
+
+  int ticks = 0;
+  QTimer ticker;
+  QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
+  ticker.start(20);
+  std::vector<bool> results;
+  int progressCalls = 0;
+  auto done = [&](bool opened) { results.push_back(opened); };
+  auto progress = [&](int) { ++progressCalls; };
+
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  EXPECT_TRUE(graph.IsOpening());
+  // The interface's timers run while the address is silent, and the wait
+  // reports itself for the OSD.
+  ASSERT_TRUE(WaitUntil([&] { return progressCalls >= 1 && ticks >= 10; }, kWaitMs));
+  EXPECT_EQ(server.RequestCount(), 1);
+  QElapsedTimer wall;
+  wall.start();
+  graph.Close();
+  EXPECT_LT(wall.elapsed(), 1000);
+  EXPECT_FALSE(graph.IsOpening());
+
+  // A new open cancels the one in flight: only the new one reports.
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  graph.OpenUrlAsync(server.Url("/clip.mkv"), done, progress);
+  ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
+  ASSERT_EQ(results, std::vector<bool>{true});
+  EXPECT_FALSE(graph.IsOpening());
+  EXPECT_EQ(graph.CurrentPath(), server.Url("/clip.mkv"));
+  EXPECT_TRUE(graph.IsUrlInput());
+  EXPECT_EQ(graph.GetDecoderInfo().videoCodec, "H264");
+  ASSERT_TRUE(graph.Play());
+  EXPECT_TRUE(WaitForPosition(0.5));
+
+  // A failure reports false once, without a second request; opening a local
+  // file cancels a silent address.
+  graph.OpenUrlAsync(server.Url("/missing.mkv"), done, progress);
+  ASSERT_TRUE(WaitUntil([&] { return results.size() == 2; }, kWaitMs));
+  EXPECT_FALSE(results.back());
+  EXPECT_TRUE(graph.CurrentPath().isEmpty());
+  graph.OpenUrlAsync(server.Url("/silent.mkv"), done, progress);
+  ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mp4")));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(results.size(), 2u);
+  int missingRequests = 0;
+  for (const test::HttpRequest& request : server.Requests()) {
+    missingRequests += request.path == "/missing.mkv" ? 1 : 0;
+  }
+  EXPECT_EQ(missingRequests, 1);
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 // The track menus' operations on real inputs, and switching the audio track
 // while the graph plays.
 
+#include "engine/audio_track_choice.h"
 #include "engine/graph_manager.h"
 #include "engine/stream_inventory.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
 
 #include "tests/engine/audio_capture.h"
 #include "tests/engine/recording_video_output.h"
@@ -32,11 +35,49 @@ TEST(TrackDisplayNameTest, TitleAndLanguageAsAUserReadsThem) {
   EXPECT_EQ(TrackDisplayName("", ""), "");
 }
 
+TEST(AudioTrackChoiceTest, PreferredLanguageThenDefaultFlagThenFirst) {
+  const std::vector<AudioTrackFacts> tracks = {{"jpn", false}, {"eng", true}, {"ko", false}};
+  struct Case {
+    const char* preferred;
+    int track;
+  };
+  for (const Case& c : {Case{"kor,eng,jpn", 2}, Case{"jpn,eng", 0}, Case{" ENG ", 1}, Case{"ja", 0},
+                        Case{"fre", 1}, Case{"", 1}}) {
+    EXPECT_EQ(ChooseAudioTrack(tracks, QString::fromLatin1(c.preferred)), c.track) << c.preferred;
+  }
+  EXPECT_EQ(ChooseAudioTrack({{"", false}, {"und", false}}, "kor"), 0);
+  EXPECT_EQ(ChooseAudioTrack({}, "kor"), -1);
+}
+
 class StreamControlTest : public ::testing::Test {
  protected:
+  // The fixtures' first track is the English one.
+  void SetUp() override { Settings::SetString(setting::kLavPreferredLanguages, u"eng"); }
+
   test::TempHome home;
   GraphManager graph;
 };
+
+TEST_F(StreamControlTest, TheStartingTrackFollowsThePreferredLanguagesThenTheDefaultFlag) {
+  // Japanese 440 Hz first; English 880 Hz second, flagged default.
+  struct Case {
+    const char16_t* preferred;
+    int track;
+    double hz;
+  };
+  for (const Case& c : {Case{u"jpn,eng", 0, 440.0}, Case{u"kor", 1, 880.0}}) {
+    SCOPED_TRACE(c.track);
+    ASSERT_TRUE(Settings::SetString(setting::kLavPreferredLanguages, c.preferred));
+    AudioCapture capture(false);
+    graph.SetAudioRendererFactory(capture.Factory());
+    ASSERT_TRUE(graph.OpenFile(test::FixturePath("two_languages.mkv")));
+    EXPECT_EQ(graph.GetCurrentAudioTrack(), c.track);
+    ASSERT_TRUE(graph.Play());
+    ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > 9600; }, kWaitMs));
+    EXPECT_NEAR(ToneFrequency(capture.Samples(2400, 9600), capture.SampleRate()), c.hz,
+                c.hz * 0.02);
+  }
+}
 
 TEST_F(StreamControlTest, TracksAreCountedAndNamedPerKind) {
   EXPECT_EQ(graph.GetAudioTrackCount(), 0);

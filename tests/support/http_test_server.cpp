@@ -19,15 +19,26 @@ constexpr size_t kMaxRequestHeaderBytes = 64 * 1024;
 
 QByteArray ReasonPhrase(int status) {
   switch (status) {
-    case 200: return "OK";
-    case 204: return "No Content";
-    case 301: return "Moved Permanently";
-    case 302: return "Found";
-    case 400: return "Bad Request";
-    case 404: return "Not Found";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    default: return "Status";
+    case 200:
+      return "OK";
+    case 204:
+      return "No Content";
+    case 206:
+      return "Partial Content";
+    case 301:
+      return "Moved Permanently";
+    case 302:
+      return "Found";
+    case 400:
+      return "Bad Request";
+    case 404:
+      return "Not Found";
+    case 500:
+      return "Internal Server Error";
+    case 503:
+      return "Service Unavailable";
+    default:
+      return "Status";
   }
 }
 
@@ -143,14 +154,32 @@ void HttpTestServer::Serve(int client) {
       response.body = "not found";
     }
   }
+  // A scripted body answers "Range: bytes=N-" as a real server does, so a
+  // client can seek in it.
+  if (response.rangeRequests && response.status == 200 && response.bodySize < 0) {
+    const QByteArray lower = request.headers.toLower();
+    const qsizetype at = lower.indexOf("range: bytes=");
+    const qsizetype size = response.body.size();
+    bool ok = false;
+    const qsizetype from =
+        at < 0 ? 0 : lower.mid(at + 13, lower.indexOf('-', at) - at - 13).trimmed().toLongLong(&ok);
+    if (ok && from > 0 && from < size) {
+      response.status = 206;
+      response.headers.emplace_back("Content-Range", "bytes " + QByteArray::number(from) + '-' +
+                                                         QByteArray::number(size - 1) + '/' +
+                                                         QByteArray::number(size));
+      response.body = response.body.mid(from);
+    }
+    response.headers.emplace_back("Accept-Ranges", "bytes");
+  }
   if (response.delayMs > 0 && WaitForStop(response.delayMs)) return;
   if (response.dropConnection) return;
 
   const QByteArray filler = response.body.isEmpty() ? QByteArray("x") : response.body;
   const int64_t total = response.bodySize >= 0 ? response.bodySize : response.body.size();
   QByteArray header = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' +
-                      ReasonPhrase(response.status) + "\r\nConnection: close\r\nContent-Type: " +
-                      response.contentType + "\r\n";
+                      ReasonPhrase(response.status) +
+                      "\r\nConnection: close\r\nContent-Type: " + response.contentType + "\r\n";
   if (response.sendContentLength) header += "Content-Length: " + QByteArray::number(total) + "\r\n";
   for (const auto& [name, value] : response.headers) header += name + ": " + value + "\r\n";
   header += "\r\n";
@@ -172,10 +201,20 @@ void HttpTestServer::Serve(int client) {
   QByteArray chunk;
   while (sent < total) {
     if (response.bodySize < 0) {
-      chunk = response.body;
+      chunk = response.body.mid(static_cast<qsizetype>(sent));
     } else {
       chunk = filler.repeated(std::max<qsizetype>(1, 65536 / filler.size()));
       chunk.truncate(static_cast<qsizetype>(std::min<int64_t>(chunk.size(), total - sent)));
+    }
+    if (response.trickleBytesPerSecond > 0) {
+      const int64_t slice = std::max(1, response.trickleBytesPerSecond / 10);
+      chunk = chunk.mid(0, static_cast<qsizetype>(std::min<int64_t>(slice, chunk.size())));
+      if (sent > 0 && WaitForStop(100)) return;
+    }
+    if (response.cutAfterBytes >= 0) {
+      if (sent >= response.cutAfterBytes) return;
+      chunk.truncate(
+          static_cast<qsizetype>(std::min<int64_t>(chunk.size(), response.cutAfterBytes - sent)));
     }
     if (!sendAll(chunk.constData(), chunk.size())) return;
     sent += chunk.size();

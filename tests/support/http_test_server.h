@@ -25,10 +25,13 @@ struct HttpResponse {
   QByteArray body;
   QByteArray contentType = "text/plain; charset=utf-8";
   std::vector<std::pair<QByteArray, QByteArray>> headers;
-  int delayMs = 0;             // wait this long before answering
-  int64_t bodySize = -1;       // >= 0: send this many bytes, repeating `body` (or 'x')
+  int delayMs = 0;        // wait this long before answering
+  int64_t bodySize = -1;  // >= 0: send this many bytes, repeating `body` (or 'x')
   bool sendContentLength = true;
-  bool dropConnection = false;  // close without a reply
+  bool dropConnection = false;    // close without a reply
+  int trickleBytesPerSecond = 0;  // > 0: the body a tenth of this every 100 ms
+  int64_t cutAfterBytes = -1;     // >= 0: the connection drops after this much body
+  bool rangeRequests = false;     // answer "Range: bytes=N-" with 206 and the rest of `body`
 };
 
 struct HttpRequest {
