@@ -89,16 +89,13 @@ void TitleBarWindow::SetFullscreen(bool on) {
 void TitleBarWindow::SetAlwaysOnTop(bool on) {
   alwaysOnTop_ = on;
   QWidget* main = window();
-  if (main != this && main->windowFlags().testFlag(Qt::WindowStaysOnTopHint) != on) {
-    // Changing a window flag hides the window; bring it back as it was.
-    const QRect geometry = main->geometry();
-    const Qt::WindowStates states = main->windowState();
-    const bool wasVisible = main->isVisible();
-    main->setWindowFlag(Qt::WindowStaysOnTopHint, on);
-    if (wasVisible) {
-      main->setWindowState(states);
-      main->show();
-      if (!(states & (Qt::WindowMaximized | Qt::WindowFullScreen))) main->setGeometry(geometry);
+  if (main != this) {
+    if (QWindow* handle = main->windowHandle()) {
+      // On the native window alone: a widget's flag change would hide the
+      // window and make its native children (the OpenGL picture) anew.
+      handle->setFlag(Qt::WindowStaysOnTopHint, on);
+    } else {
+      main->setWindowFlag(Qt::WindowStaysOnTopHint, on);
     }
   }
   update();

@@ -59,8 +59,8 @@ class TitleBarWindowTest : public QObject {
         {kTitleBarPin,
          [](TitleBarFixture& f, QRect before) {
            return f.bar->AlwaysOnTop() &&
-                  f.main->windowFlags().testFlag(Qt::WindowStaysOnTopHint) && f.main->isVisible() &&
-                  f.main->geometry() == before;
+                  f.main->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint) &&
+                  f.main->isVisible() && f.main->geometry() == before;
          }},
         {kTitleBarMinimize, [](TitleBarFixture& f, QRect) { return f.main->isMinimized(); }},
         {kTitleBarMaximize, [](TitleBarFixture& f, QRect) { return f.main->isMaximized(); }},
