@@ -22,13 +22,7 @@ constexpr int kExtraHeight = 24;  // the picture's inset and the time line
 }  // namespace
 
 ThumbnailPopup::ThumbnailPopup(QWidget* owner)
-    : QWidget(owner, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus),
-      font_(DesignFont(Scaled(kFontHeight))) {
-  setAttribute(Qt::WA_ShowWithoutActivating);
-  setAttribute(Qt::WA_TransparentForMouseEvents);
-  setAttribute(Qt::WA_OpaquePaintEvent);
-  setFocusPolicy(Qt::NoFocus);
-}
+    : PassivePopup(owner), font_(DesignFont(Scaled(kFontHeight))) {}
 
 void ThumbnailPopup::Prepare() {
   resize(kDefaultPictureWidth + Scaled(kExtraWidth), kDefaultPictureHeight + Scaled(kExtraHeight));

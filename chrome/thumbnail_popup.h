@@ -6,6 +6,8 @@
 // still being decoded shows the previous one (or only the time). Interface
 // thread only; pictures are QImage values.
 
+#include "chrome/tooltip_window.h"
+
 #include <QFont>
 #include <QImage>
 #include <QPoint>
@@ -14,7 +16,7 @@
 
 namespace zelvaro::chrome {
 
-class ThumbnailPopup : public QWidget {
+class ThumbnailPopup : public PassivePopup {
   Q_OBJECT
  public:
   static constexpr int kDefaultPictureWidth = 160;

@@ -38,13 +38,16 @@ QRect WorkAreaAt(QPoint point) {
   return screen ? screen->availableGeometry() : QRect();
 }
 
-TooltipWindow::TooltipWindow(QWidget* owner)
-    : QWidget(owner, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus),
-      font_(DesignFont(Scaled(kFontHeight))) {
+PassivePopup::PassivePopup(QWidget* owner)
+    : QWidget(owner, Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus) {
   setAttribute(Qt::WA_ShowWithoutActivating);
   setAttribute(Qt::WA_TransparentForMouseEvents);
   setAttribute(Qt::WA_OpaquePaintEvent);
   setFocusPolicy(Qt::NoFocus);
+}
+
+TooltipWindow::TooltipWindow(QWidget* owner)
+    : PassivePopup(owner), font_(DesignFont(Scaled(kFontHeight))) {
   resize(100, 30);
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 // TooltipWindow: the chrome's hand-painted tip, a pale yellow box with a
-// black frame and text that follows the cursor over a button. A tool-tip
-// window of its owner (so Wayland places it as a popup of the player); it
-// never takes the focus or the mouse. Shown at once on each call: the bars
+// black frame and text that follows the cursor over a button. Shown at once on each call: the bars
 // call Show as the pointer moves over a button and Hide when it leaves.
 // Each bar owns one. Interface thread only.
 
@@ -12,7 +10,16 @@
 
 namespace zelvaro::chrome {
 
-class TooltipWindow : public QWidget {
+// A small top-level window of `owner` (a tool-tip window, so Wayland places
+// it as a popup of the player) that never takes the focus or the mouse and
+// paints every pixel itself: the tooltip and the seek bar's preview.
+class PassivePopup : public QWidget {
+  Q_OBJECT
+ public:
+  explicit PassivePopup(QWidget* owner);
+};
+
+class TooltipWindow : public PassivePopup {
   Q_OBJECT
  public:
   explicit TooltipWindow(QWidget* owner);

@@ -217,17 +217,21 @@ bool SubtitleManager::LoadSubtitle(const QString& path) {
   return LoadSubtitleLocked(path);
 }
 
+bool SubtitleManager::BeginLoad(const QString& path, std::shared_ptr<CSubPicQueue>* queue,
+                                std::shared_ptr<CSubtitleProvider>* provider) {
+  std::lock_guard lock(stateMutex_);
+  if (!initialized_ || path.isEmpty()) return false;
+  tracks_.clear();
+  currentTrack_ = -1;
+  *queue = queue_;
+  *provider = provider_;
+  return true;
+}
+
 bool SubtitleManager::LoadSubtitleLocked(const QString& path) {
   std::shared_ptr<CSubPicQueue> queue;
   std::shared_ptr<CSubtitleProvider> provider;
-  {
-    std::lock_guard lock(stateMutex_);
-    if (!initialized_ || path.isEmpty()) return false;
-    tracks_.clear();
-    currentTrack_ = -1;
-    queue = queue_;
-    provider = provider_;
-  }
+  if (!BeginLoad(path, &queue, &provider)) return false;
   queue->ClearQueue();
   provider->Clear();
   return AdoptLocked(path, CSubtitleProvider::Prepare(path, provider->GetStyle(), {}));
@@ -236,14 +240,7 @@ bool SubtitleManager::LoadSubtitleLocked(const QString& path) {
 bool SubtitleManager::AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared) {
   std::shared_ptr<CSubPicQueue> queue;
   std::shared_ptr<CSubtitleProvider> provider;
-  {
-    std::lock_guard lock(stateMutex_);
-    if (!initialized_ || path.isEmpty()) return false;
-    tracks_.clear();
-    currentTrack_ = -1;
-    queue = queue_;
-    provider = provider_;
-  }
+  if (!BeginLoad(path, &queue, &provider)) return false;
   const bool loaded = provider->Adopt(std::move(prepared));
   queue->ClearQueue();
   if (!loaded) return false;

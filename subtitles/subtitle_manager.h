@@ -122,6 +122,10 @@ class SubtitleManager {
 
   // With operationMutex_ held.
   void ShutdownLocked();
+  // Forgets the tracks of the last file and hands out the queue and the
+  // provider; false when nothing can be loaded (not initialised, no path).
+  bool BeginLoad(const QString& path, std::shared_ptr<CSubPicQueue>* queue,
+                 std::shared_ptr<CSubtitleProvider>* provider);
   bool LoadSubtitleLocked(const QString& path);
   // Puts a prepared load in place as the one track; the previous one goes.
   bool AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared);
