@@ -1,8 +1,8 @@
 #pragma once
 // ThumbnailPopup: the small window above the seek bar with the picture and
 // the time of the point under the mouse. A tool-tip window of the toolbar,
-// which makes it at first use and owns it; it never takes the focus or the
-// mouse. It keeps the last picture it was given, so a point whose picture is
+// which makes it once previews are on (ahead of the first hover) and owns
+// it; it never takes the focus or the mouse. It keeps the last picture it was given, so a point whose picture is
 // still being decoded shows the previous one (or only the time). Interface
 // thread only; pictures are QImage values.
 
