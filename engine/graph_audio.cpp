@@ -64,6 +64,12 @@ std::shared_ptr<AudioTimeStretch> PlaybackGraph::TimeStretch() const {
   return audio_.timeStretch;
 }
 
+// Not an instant rate change, although the demuxers here take one without a
+// flush: that leaves the segment at its old rate and lets only the sinks run
+// faster, and the time-stretch stage reads its rate from the segment. It
+// then passes the sound through unstretched, so a doubled speed would play
+// two seconds of samples per second of the sound card's time (the pitch
+// lost, or samples skipped). The flushing seek gives the stage the rate.
 bool PlaybackGraph::SetRate(double rate) {
   std::optional<int64_t> position = Position100ns();
   return SetPositions(position.value_or(0), false, rate);
