@@ -119,12 +119,11 @@ double VolumeGain(long level) {
 bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStageNames& stages, const AudioDecoderSettings& settings,
                        const AudioStartLevels& levels, AudioChain* chain) {
-  ElementRef selector = MakeElement("input-selector", "audio_selector");
-  ElementRef convert = MakeElement("audioconvert");
+  ElementRef convert = MakeElement("audioconvert", "audio_input_convert");
   ElementRef volume = MakeElement("volume", "basic_audio");
   ElementRef outConvert = MakeElement("audioconvert");
   ElementRef resample = MakeElement("audioresample");
-  if (!selector || !convert || !volume || !outConvert || !resample || !renderer) {
+  if (!convert || !volume || !outConvert || !resample || !renderer) {
     Trace("Audio chain: a required element is missing");
     return false;
   }
@@ -138,8 +137,8 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        levels.boost);
   }
 
-  std::vector<ElementRef*> all = {&selector, &convert, &channels,   &drc,      &stretch,
-                                  &switcher, &volume,  &outConvert, &resample, &renderer};
+  std::vector<ElementRef*> all = {&convert, &channels,   &drc,      &stretch, &switcher,
+                                  &volume,  &outConvert, &resample, &renderer};
   for (ElementRef* element : all) {
     if (*element) gst_bin_add(bin, element->get());
   }
@@ -148,18 +147,16 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
     return false;
   };
 
-  // Fixed front: selector → convert → [channels] → [DRC].
+  // Fixed front: convert → [channels] → [DRC].
   GstElement* tail = convert.get();
-  bool ok = gst_element_link(selector.get(), convert.get());
   for (ElementRef* stage : {&channels, &drc}) {
     if (!*stage) continue;
-    if (ok && gst_element_link(tail, stage->get())) {
+    if (gst_element_link(tail, stage->get())) {
       tail = stage->get();
     } else {
       Drop(bin, *stage);
     }
   }
-  if (!ok) return fail();
 
   // The optional stages: each one that cannot join is left out.
   bool reachedVolume = false;
@@ -198,7 +195,7 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
   }
   if (!reachedVolume || !gst_element_link_many(volume.get(), outConvert.get(), resample.get(),
                                                renderer.get(), nullptr)) {
-    Trace("Audio chain: the selector cannot reach the renderer");
+    Trace("Audio chain: the input cannot reach the renderer");
     return fail();
   }
 
@@ -206,7 +203,7 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
   for (auto it = all.rbegin(); it != all.rend(); ++it) {
     if (**it) gst_element_sync_state_with_parent((*it)->get());
   }
-  chain->selector = selector;
+  chain->input = PadRef::Adopt(gst_element_get_static_pad(convert.get(), "sink"));
   chain->drc = drc;
   chain->timeStretch = AudioTimeStretch::Attach(stretch);
   chain->switcher = switcher;
@@ -216,29 +213,26 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
 }
 
 bool ConnectAudioBranch(GstBin* bin, GstPad* source, const std::string& decoderFactory,
-                        GstElement* selector, AudioBranch* branch) {
+                        GstPad* chainInput, AudioBranch* branch) {
   ElementRef decoder = MakeElement(decoderFactory.c_str());
   if (!decoder) {
     Trace("Audio branch: no decoder %s", decoderFactory.c_str());
     return false;
   }
-  PadRef selectorPad = PadRef::Adopt(gst_element_request_pad_simple(selector, "sink_%u"));
-  if (!selectorPad) return false;
   gst_bin_add(bin, decoder.get());
   PadRef decoded = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "src"));
   PadRef decoderSink = PadRef::Adopt(gst_element_get_static_pad(decoder.get(), "sink"));
   bool linked =
-      decoded && decoderSink && gst_pad_link(decoded.get(), selectorPad.get()) == GST_PAD_LINK_OK;
+      decoded && decoderSink && gst_pad_link(decoded.get(), chainInput) == GST_PAD_LINK_OK;
   if (linked) gst_element_sync_state_with_parent(decoder.get());
   if (!linked || gst_pad_link(source, decoderSink.get()) != GST_PAD_LINK_OK) {
     Trace("Failed to connect the demuxer to an audio decoder (%s)", decoderFactory.c_str());
+    if (linked) gst_pad_unlink(decoded.get(), chainInput);
     gst_element_set_state(decoder.get(), GST_STATE_NULL);
     gst_bin_remove(bin, decoder.get());
-    gst_element_release_request_pad(selector, selectorPad.get());
     return false;
   }
   branch->decoder = decoder;
-  branch->selectorPad = selectorPad;
   return true;
 }
 

@@ -1,18 +1,16 @@
 #pragma once
-// The audio side of a graph. Every audio stream of the input gets a branch
-// of its own (its decoder) into one input-selector; behind it one shared
-// chain: convert → [mixing] → DRC stage → time-stretch stage → AudioSwitcher
-// stage → volume → convert → resample → renderer. Switching the selector's
-// active input switches the track while the graph runs; the inactive
-// decoders keep pace with the active one (the selector holds them to its
-// running time), so the change is heard at the next buffer.
+// The audio side of a graph. The track that plays has a branch (its queue
+// lane and decoder) into one shared chain: convert → [mixing] → DRC stage →
+// time-stretch stage → AudioSwitcher stage → volume → convert → resample →
+// renderer. The other tracks are not decoded; a switch puts a new branch in
+// front of the chain (PlaybackGraph::SelectAudioTrack).
 //
 // The optional stages degrade rather than fail the chain: a time-stretch
 // stage that is missing or will not link is left out (no pitch-kept speed
 // change); an AudioSwitcher stage that is missing or will not link is left
 // out (no normalisation), and when it links in but not on to the volume
 // stage both optional stages go; a missing DRC stage means no compression.
-// The chain itself fails only when the selector cannot reach the renderer.
+// The chain itself fails only when its input cannot reach the renderer.
 //
 // The renderer is the desktop's sink (autoaudiosink), or, when no audio
 // device answers, a clock-synchronised null sink, so that a video still plays
@@ -54,9 +52,9 @@ double VolumeGain(long level);
 // READY), else `fakesink sync=true`. `isNullSink` tells which.
 ElementRef CreateAudioRenderer(bool* isNullSink);
 
-// The shared part, from the selector to the renderer.
+// The shared part, from its input to the renderer.
 struct AudioChain {
-  ElementRef selector;
+  PadRef input;                                   // where the playing track's decoder links
   ElementRef drc;                                 // the decoder's DRC stand-in; null when left out
   std::shared_ptr<AudioTimeStretch> timeStretch;  // audioTimeStretch; null when left out
   ElementRef switcher;                            // audioSwitcher, null when left out
@@ -64,12 +62,13 @@ struct AudioChain {
   ElementRef renderer;
 };
 
-// One audio stream's way into the selector.
+// The playing audio stream's way into the chain.
 struct AudioBranch {
   std::string streamId;
   ElementRef decoder;  // lavAudio for this stream
-  PadRef selectorPad;
-  CapsRef caps;  // as the splitter gave them
+  CapsRef caps;        // as the splitter gave them
+  PadRef sourcePad;    // the splitter's pad of the stream
+  PadRef laneSink;     // its queue lane
 };
 
 // Builds the shared chain inside `bin` for a first stream of `caps` and
@@ -79,9 +78,9 @@ bool ConnectAudioChain(GstBin* bin, const GstCaps* caps, ElementRef renderer,
                        const AudioStartLevels& levels, AudioChain* chain);
 
 // Adds a stream's decoder between `source` (a queue lane carrying the
-// stream) and a new input of `selector`. On false nothing of the branch is
-// left and `source` is unlinked.
+// stream) and `chainInput`, which must be free. On false nothing of the
+// branch is left and both pads are unlinked.
 bool ConnectAudioBranch(GstBin* bin, GstPad* source, const std::string& decoderFactory,
-                        GstElement* selector, AudioBranch* branch);
+                        GstPad* chainInput, AudioBranch* branch);
 
 }  // namespace zelvaro

@@ -1,8 +1,8 @@
 #pragma once
 // Which audio track an input starts with: the first language of
 // LAV_PreferredLanguages that a track has, else the first track the
-// container flags as default, else the first track. The audio selector
-// starts on that track; the menu switches among all of them.
+// container flags as default, else the first track. Only that track is
+// decoded at the start; the menu switches among all of them.
 //
 // ReadAudioTrackFacts reads the languages and default flags of a local
 // file's audio tracks through libavformat, in the container's order (the

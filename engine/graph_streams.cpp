@@ -107,13 +107,27 @@ void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
       videoFailed_ = true;
     }
   } else if (linkAudio) {
-    if (!LinkAudioBranch(pad, caps, IsStartingAudioTrack(pad))) {
+    GCharHandle streamId{gst_pad_get_stream_id(pad)};
+    AudioStreamPad& stream = audioPads_[streamId ? streamId.get() : GST_PAD_NAME(pad)];
+    stream.pad = PadRef::Share(pad);
+    stream.caps = CapsRef::Share(caps);
+    bool playing = false;
+    {
+      std::lock_guard<std::mutex> guard(mutex_);
+      playing = activeAudio_.has_value();
+    }
+    bool starting = IsStartingAudioTrack(pad) || audioStartFailed_;
+    if (!playing && starting && !LinkAudioBranch(pad, caps)) {
+      // Another track may still play: the next one to come.
+      audioStartFailed_ = true;
       std::lock_guard<std::mutex> guard(mutex_);
       ++failedAudioStreams_;
     }
+    // The other tracks wait, undecoded, for the menu.
+    if (!gst_pad_is_linked(pad)) stream.dropProbe = DropStream(pad);
   }
   // Streams nobody plays are dropped; left unlinked they would stop the demuxer.
-  if (!gst_pad_is_linked(pad)) DropStream(pad);
+  if (!gst_pad_is_linked(pad) && !linkAudio) DropStream(pad);
   {
     std::lock_guard<std::mutex> guard(mutex_);
     ++handledStreams_;
@@ -214,12 +228,12 @@ bool PlaybackGraph::LinkVideoBranch(GstPad* pad, GstCaps* caps) {
   return true;
 }
 
-bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
+bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, PadRef* input) {
   {
     std::lock_guard<std::mutex> guard(mutex_);
-    *selector = audio_.selector;
+    *input = audio_.input;
   }
-  if (*selector) return true;
+  if (*input) return true;
   // The desktop's output is opened once a stream needs it: probing it loads a
   // plugin per sound system, which a silent video need not pay for.
   if (!audioRenderer_) {
@@ -234,70 +248,69 @@ bool PlaybackGraph::EnsureAudioChain(GstCaps* caps, ElementRef* selector) {
   }
   std::lock_guard<std::mutex> guard(mutex_);
   audio_ = chain;
-  *selector = chain.selector;
+  *input = chain.input;
   return true;
 }
 
-bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting) {
+std::optional<AudioBranch> PlaybackGraph::ConnectAudioStream(GstPad* pad, GstCaps* caps,
+                                                             const PadRef& input) {
   std::string factory = DecoderFactoryFor(caps, "audio/x-raw");
   if (factory.empty()) {
     Trace("Failed to connect the demuxer to an audio decoder: no decoder");
-    return false;
+    return std::nullopt;
   }
-  ElementRef selector;
-  if (!EnsureAudioChain(caps, &selector)) return false;
-  PadRef laneSink;
+  // A lane of its own: a lane the last track used still holds that track's
+  // caps, which it would hand the new decoder first.
   PadRef laneSource;
-  if (!RequestQueueLane(&laneSink, &laneSource)) return false;
   AudioBranch branch;
+  if (!RequestQueueLane(&branch.laneSink, &laneSource)) return std::nullopt;
   GCharHandle streamId{gst_pad_get_stream_id(pad)};
   branch.streamId = streamId ? streamId.get() : GST_PAD_NAME(pad);
   branch.caps = CapsRef::Share(caps);
-  if (!ConnectAudioBranch(GST_BIN(pipeline_.get()), laneSource.get(), factory, selector.get(),
+  branch.sourcePad = PadRef::Share(pad);
+  if (!ConnectAudioBranch(GST_BIN(pipeline_.get()), laneSource.get(), factory, input.get(),
                           &branch)) {
-    ReleaseQueueLane(laneSink);
-    return false;
+    ReleaseQueueLane(branch.laneSink);
+    return std::nullopt;
   }
-  bool first = false;
-  {
-    std::lock_guard<std::mutex> guard(mutex_);
-    first = audioBranches_.empty();
-    audioBranches_.push_back(branch);
-  }
-  // The starting track plays (the first stream until it is linked); left
-  // alone, the selector would take whichever input brings data first.
-  if (first || starting) {
-    g_object_set(selector.get(), "active-pad", branch.selectorPad.get(), nullptr);
-  }
-  if (gst_pad_link(pad, laneSink.get()) != GST_PAD_LINK_OK) {
+  if (gst_pad_link(pad, branch.laneSink.get()) != GST_PAD_LINK_OK) {
     Trace("Failed to connect the demuxer to an audio decoder: %s", GST_PAD_NAME(pad));
-    if (first) {
-      // The branch stands but will never preroll: end the build now rather
-      // than at its time-out.
-      std::lock_guard<std::mutex> guard(mutex_);
-      error_ = true;
-    } else {
-      RemoveAudioBranch(branch, laneSink);
-    }
-    return false;
+    PadRef decoded = PadRef::Adopt(gst_element_get_static_pad(branch.decoder.get(), "src"));
+    gst_pad_unlink(decoded.get(), input.get());
+    RemoveFromBin(GST_BIN(pipeline_.get()), {branch.decoder.get()});
+    ReleaseQueueLane(branch.laneSink);
+    return std::nullopt;
   }
   Trace("Connected audio stream %s through %s (renderer: %s)", branch.streamId.c_str(),
         factory.c_str(), audioRendererIsNull_ ? "null sink" : "desktop");
+  return branch;
+}
+
+bool PlaybackGraph::LinkAudioBranch(GstPad* pad, GstCaps* caps) {
+  PadRef input;
+  if (!EnsureAudioChain(caps, &input)) return false;
+  std::optional<AudioBranch> branch = ConnectAudioStream(pad, caps, input);
+  if (!branch) return false;
+  std::lock_guard<std::mutex> guard(mutex_);
+  activeAudio_ = branch;
   return true;
 }
 
-void PlaybackGraph::RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink) {
-  {
-    std::lock_guard<std::mutex> guard(mutex_);
-    std::erase_if(audioBranches_, [&](const AudioBranch& item) {
-      return item.selectorPad.get() == branch.selectorPad.get();
-    });
-  }
-  GstBin* bin = GST_BIN(pipeline_.get());
-  RemoveFromBin(bin, {branch.decoder.get()});
-  GstElement* selector = GST_ELEMENT(GST_OBJECT_PARENT(branch.selectorPad.get()));
-  if (selector != nullptr) gst_element_release_request_pad(selector, branch.selectorPad.get());
-  ReleaseQueueLane(laneSink);
+void PlaybackGraph::DisconnectAudioBranch(const AudioBranch& branch, const PadRef& input) {
+  // The flush frees the lane's thread wherever it waits downstream (the
+  // renderer's preroll, or its clock) and stops that thread, so no buffer of
+  // the old format can reach the chain after the new decoder's caps. The
+  // demuxer may be told "flushing" too, if it was waiting on this lane: the
+  // seek after the switch starts it again.
+  gst_pad_send_event(branch.laneSink.get(), gst_event_new_flush_start());
+  gst_pad_unlink(branch.sourcePad.get(), branch.laneSink.get());
+  PadRef decoded = PadRef::Adopt(gst_element_get_static_pad(branch.decoder.get(), "src"));
+  gst_pad_unlink(decoded.get(), input.get());
+  RemoveFromBin(GST_BIN(pipeline_.get()), {branch.decoder.get()});
+  ReleaseQueueLane(branch.laneSink);
+  // The chain stays in the graph and must take data again; its running time
+  // is left alone (the seek that follows resets it for every sink at once).
+  gst_pad_send_event(input.get(), gst_event_new_flush_stop(FALSE));
 }
 
 bool PlaybackGraph::IsStartingAudioTrack(GstPad* pad) {
@@ -315,11 +328,11 @@ bool PlaybackGraph::IsStartingAudioTrack(GstPad* pad) {
   return track == startingAudioTrack_ || track < 0;
 }
 
-void PlaybackGraph::DropStream(GstPad* pad) {
+gulong PlaybackGraph::DropStream(GstPad* pad) {
   // A sink, even one that neither syncs nor waits, would block the demuxer
   // in its preroll while paused; dropping the data at the pad costs nothing
   // and lets the demuxer go on with the streams that play.
-  gst_pad_add_probe(
+  return gst_pad_add_probe(
       pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
       [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_DROP; }, nullptr, nullptr);
 }

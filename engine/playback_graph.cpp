@@ -151,7 +151,7 @@ GraphBuildResult PlaybackGraph::Build(const GraphBuildRequest& request) {
   GraphBuildResult result = result_;
   result.live = live;
   result.videoConnected = static_cast<bool>(lavVideo_) && !videoFailed_;
-  result.audioConnected = !audioBranches_.empty();
+  result.audioConnected = activeAudio_.has_value();
   Trace("Connection status - Video: %d, Audio: %d", result.videoConnected, result.audioConnected);
   // Without sound, a stream that should have played and did not fails the
   // build, as an unconnected pin does.
@@ -237,7 +237,7 @@ bool PlaybackGraph::WaitForStreams(Clock::time_point deadline) {
       // Without a stream collection, whatever has been linked so far counts.
       streamsKnown = handledStreams_ > 0 && (expected == 0 || handledStreams_ >= expected);
       video = lavVideo_ && !videoFailed_;
-      audio = !audioBranches_.empty();
+      audio = activeAudio_.has_value();
       audioSink = audio_.renderer;
       splitter = lavSplitter_;
       padsSeen = streamPadsSeen_;

@@ -6,10 +6,10 @@
 //   source (filesrc, or urisourcebin for URLs) → parsebin ("the splitter")
 //     → multiqueue → video decoder (chosen by the hardware policy)
 //                    → [deinterlace] → videoconvert → appsink → VideoOutput
-//     → multiqueue → audio decoder ┐ one per audio stream
-//     → multiqueue → audio decoder ┴→ input-selector → audio chain
-//                                      (audio_chain.h) → audio renderer
-//       (audio_track_choice.h decides which track the selector starts with)
+//     → multiqueue → audio decoder → audio chain (audio_chain.h) → audio renderer
+//       for the playing audio track only (audio_track_choice.h decides which
+//       starts); the other audio streams are dropped at their pads until
+//       SelectAudioTrack gives one a lane and a decoder in place of the old
 //     → every other stream is dropped at its pad (a later stage takes subtitles)
 //
 // The streams the splitter announces, linked or not, are listed in a
@@ -134,9 +134,10 @@ class PlaybackGraph {
   const StreamInventory& Streams() const { return streams_; }
   // −1 when no audio stream plays.
   int CurrentAudioTrack() const;
-  // True when the track has a branch and now plays. `running`: the graph
-  // plays (else it is paused and takes the new track's sound as its preroll
-  // with a seek at `rate`).
+  // True when the track now plays. A switch replaces the decoder and seeks
+  // to where the graph stands at `rate`; `running`: the graph plays (else
+  // it stays paused with the new track's sound as its preroll). False, with
+  // the old track kept, on an input that cannot seek.
   bool SelectAudioTrack(int track, bool running, double rate);
 
   // Codecs, decoders and audio format as negotiated; frameRate left 0.
@@ -170,12 +171,16 @@ class PlaybackGraph {
   // Stream linking (graph_streams.cpp), serialised by streamMutex_.
   void HandleStream(GstPad* pad, GstCaps* caps);
   bool LinkVideoBranch(GstPad* pad, GstCaps* caps);
-  // `starting`: the selector plays this one.
-  bool LinkAudioBranch(GstPad* pad, GstCaps* caps, bool starting);
-  bool EnsureAudioChain(GstCaps* caps, ElementRef* selector);
-  void RemoveAudioBranch(const AudioBranch& branch, const PadRef& laneSink);
+  bool LinkAudioBranch(GstPad* pad, GstCaps* caps);
+  bool EnsureAudioChain(GstCaps* caps, PadRef* input);
+  // Gives `pad` a queue lane and a decoder into the chain's free input.
+  std::optional<AudioBranch> ConnectAudioStream(GstPad* pad, GstCaps* caps, const PadRef& input);
   std::optional<AudioBranch> ActiveAudioBranch() const;
-  void DropStream(GstPad* pad);
+  // Drops a stream's data at its pad; returns the probe.
+  gulong DropStream(GstPad* pad);
+  // Takes the playing track's branch out after flushing it (under streamMutex_).
+  void DisconnectAudioBranch(const AudioBranch& branch, const PadRef& input);
+  bool IsSeekable();
   // Whether `pad` carries the audio track to start with (under streamMutex_).
   bool IsStartingAudioTrack(GstPad* pad);
   // Requests a queue lane; returns its sink and source pads.
@@ -203,6 +208,13 @@ class PlaybackGraph {
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_
   int startingAudioTrack_ = -1;    // guarded by streamMutex_; −1 until the first audio stream
+  bool audioStartFailed_ = false;  // guarded by streamMutex_: the next audio stream plays
+  struct AudioStreamPad {
+    PadRef pad;
+    CapsRef caps;
+    gulong dropProbe = 0;  // 0 while the stream plays
+  };
+  std::map<std::string, AudioStreamPad> audioPads_;  // guarded by streamMutex_; by stream id
 
   mutable std::mutex mutex_;  // guards the fields below; never held across a GStreamer call
   std::condition_variable changed_;
@@ -210,7 +222,7 @@ class PlaybackGraph {
   ElementRef lavVideo_;
   CapsRef videoCaps_;
   AudioChain audio_;
-  std::vector<AudioBranch> audioBranches_;  // in the order they were linked
+  std::optional<AudioBranch> activeAudio_;  // the playing track's branch
   StreamInventory streams_;
   std::map<GstObject*, int> collectionSizes_;  // streams announced, per parsebin
   int streamPadsSeen_ = 0;

@@ -163,6 +163,13 @@ TEST_F(StreamControlTest, SwitchingTheAudioTrackChangesTheSoundWithinHalfASecond
   ExpectSwitchWhilePlaying(graph, mixed, 440.0, 880.0);
   ASSERT_TRUE(graph.SelectAudioTrack(1));
   EXPECT_EQ(graph.GetDecoderInfo().audioCodec, "OPUS");
+  // Back to the other format while paused, then sought and played.
+  graph.Pause();
+  ASSERT_TRUE(graph.SelectAudioTrack(0));
+  EXPECT_EQ(graph.GetDecoderInfo().audioCodec, "AAC");
+  ASSERT_TRUE(graph.Seek(2.0, false, 0));
+  ASSERT_TRUE(graph.Play());
+  EXPECT_TRUE(WaitUntil([&] { return graph.GetPosition() > 2.3; }, kWaitMs));
 }
 
 TEST_F(StreamControlTest, TheChosenTrackSurvivesSeeksAndTheEndStillArrives) {
