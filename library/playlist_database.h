@@ -19,12 +19,14 @@
 // touches the database. Returned items and strings are values
 // owned by the caller.
 //
-// Failure: the store reports nothing to the user. When the file cannot be
-// opened or is damaged (not a database, a failed integrity check, a failed
-// schema script), the handle stays null, every operation is a no-op that
-// returns empty, false or -1, and the player runs without persistence. The
-// file is never deleted, recreated or written over in that case; Open is
-// retried by the next caller.
+// Failure: the store shows nothing to the user. A file that SQLite calls
+// damaged at open (not a database, a failed "PRAGMA quick_check") is renamed
+// aside, never deleted or written over, and a fresh file takes its place; the
+// renaming is kept for TakeDamageReport, which the main window asks once at
+// start to tell the user. When the file cannot be opened, checked or set
+// aside, or the schema script fails, the handle stays null, every operation
+// is a no-op that returns empty, false or -1, and the player runs without
+// persistence; Open is retried by the next caller.
 //
 // Two running players share the file: each
 // connection waits up to kBusyTimeoutMs for a lock held by another running
@@ -41,6 +43,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace zelvaro {
@@ -70,6 +73,14 @@ class PlaylistDatabase {
   QString Path() const { return path_; }
   // $XDG_DATA_HOME/zelvaro/playlist.db as of now.
   static QString DefaultPath();
+
+  // A damaged file some Open of this process set aside: where it was and
+  // where it is kept now. Handed out once (then empty); any thread.
+  struct DamageReport {
+    QString damagedPath;
+    QString keptPath;
+  };
+  static std::optional<DamageReport> TakeDamageReport();
 
   // -- playlist --
   // Low 32 bits of the last insert rowid when the step gave SQLITE_DONE (an
@@ -104,6 +115,11 @@ class PlaylistDatabase {
   }
 
  private:
+  // Opened read-write (created when missing), with the busy timeout and
+  // foreign keys set; null on failure.
+  static SqliteConnection OpenConnection(const QByteArray& nativePath);
+  // Renames the file at path_ (and its journal) to a free name beside it.
+  bool SetDamagedFileAside();
   // Closes the connection when a statement found the file damaged, so that
   // nothing more is written to it.
   void NoteResult(int resultCode);
