@@ -1,5 +1,7 @@
 #include "library/recent_files.h"
 
+#include "foundation/shell_paths.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -10,9 +12,14 @@ namespace zelvaro {
 
 void RecentFiles::Load() {
   entries_ = database_.LoadRecentFiles(kMaxEntries);
+  // Relative rows of older builds: their row stays and newer openings push
+  // it out of the newest ten.
+  std::erase_if(entries_, [](const QString& path) { return !IsAbsoluteInputPath(path); });
 }
 
-void RecentFiles::Record(const QString& path) {
+void RecentFiles::Record(const QString& givenPath) {
+  const QString path = AbsoluteInputPath(givenPath);
+  if (path.isEmpty()) return;
   database_.AddRecentFile(path);
   auto found = std::find(entries_.begin(), entries_.end(), path);
   if (found != entries_.end()) entries_.erase(found);

@@ -20,11 +20,13 @@ class RecentFiles {
   explicit RecentFiles(PlaylistDatabase& database = PlaylistDatabase::Instance())
       : database_(database) {}
 
-  // LoadRecentFiles: replaces the list with the newest rows of the table; a
-  // failed read leaves it empty.
+  // LoadRecentFiles: replaces the list with the newest rows of the table,
+  // less those that are neither absolute paths nor addresses; a failed read
+  // leaves it empty.
   void Load();
-  // Recording an opening: AddRecentFile, then the path moves to (or enters
-  // at) the front; an 11th entry falls off the end.
+  // Recording an opening: the path made absolute and clean (addresses as
+  // they are; see AbsoluteInputPath), AddRecentFile, then it moves to (or
+  // enters at) the front; an 11th entry falls off the end.
   void Record(const QString& path);
   // A chosen entry whose file is gone: its row is deleted (when the
   // connection is up and the path is not empty) and the entry erased.

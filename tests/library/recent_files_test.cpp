@@ -3,6 +3,7 @@
 #include "library/file_time.h"
 #include "tests/library/library_test_support.h"
 
+#include <QDir>
 #include <QThread>
 
 namespace zelvaro::test {
@@ -88,6 +89,34 @@ TEST_F(RecentFilesTest, RemovingAGoneEntryDeletesItsRow) {
   EXPECT_EQ(recent.Entries(), std::vector<QString>{u"/m/b.mkv"_s});
   EXPECT_EQ(QueryColumn(DbPath(), "SELECT file_path FROM recent_files;"),
             std::vector<std::string>{"/m/b.mkv"});
+}
+
+TEST_F(RecentFilesTest, PathsAreKeptAbsoluteAndRelativeRowsOfOlderBuildsAreDropped) {
+  RecentFiles recent(db_);
+  const struct {
+    QString given;
+    QString kept;
+  } cases[] = {
+      {u"/m/./a/../b.mkv"_s, u"/m/b.mkv"_s},
+      {u"Episode 1.mkv"_s, QDir::currentPath() + u"/Episode 1.mkv"_s},
+      {u"file:///m/c%20d.mkv"_s, u"/m/c d.mkv"_s},
+      {u"https://example.com/a/../live.m3u8?x=1"_s, u"https://example.com/a/../live.m3u8?x=1"_s},
+  };
+  for (const auto& c : cases) {
+    recent.Record(c.given);
+    QThread::usleep(200);
+    EXPECT_EQ(recent.Entries().front(), c.kept) << c.given.toStdString();
+  }
+  // Rows an older build stored as typed cannot be resolved any more.
+  for (const QString& old : {u"relative/old.mkv"_s, u"./here.mkv"_s, u"x.mkv"_s}) {
+    db_.AddRecentFile(old);
+    QThread::usleep(200);  // distinct access times
+  }
+  RecentFiles reloaded(db_);
+  reloaded.Load();
+  std::vector<QString> expected;
+  for (auto it = std::rbegin(cases); it != std::rend(cases); ++it) expected.push_back(it->kept);
+  EXPECT_EQ(reloaded.Entries(), expected);
 }
 
 TEST_F(RecentFilesTest, ClearingTwiceIsHarmless) {
