@@ -292,6 +292,34 @@ PlaylistDatabase::SaveOutcome PlaylistDatabase::TrySaveItems(std::vector<Playlis
   return ok ? SaveOutcome::Saved : SaveOutcome::Failed;
 }
 
+PlaylistDatabase::SaveOutcome PlaylistDatabase::TryWrite(int busyWaitMs,
+                                                         const std::function<bool()>& write) {
+  if (!db_) return SaveOutcome::Failed;
+  sqlite3* db = db_.get();
+  sqlite3_busy_timeout(db, busyWaitMs);
+  const int begin = ExecSql(db, "BEGIN IMMEDIATE TRANSACTION;");
+  if (begin != SQLITE_OK) {
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    if ((begin & 0xFF) == SQLITE_BUSY) return SaveOutcome::Busy;
+    NoteResult(begin);
+    return SaveOutcome::Failed;
+  }
+  const bool ok = write();
+  // A statement that found the file damaged has closed the connection,
+  // which ended the transaction with it.
+  if (!db_) return SaveOutcome::Failed;
+  SaveOutcome outcome = SaveOutcome::Failed;
+  if (ok) {
+    const int commit = ExecSql(db, "COMMIT;");
+    if (commit == SQLITE_OK) outcome = SaveOutcome::Saved;
+    // A reader of another player kept the commit out: tried again later.
+    if ((commit & 0xFF) == SQLITE_BUSY) outcome = SaveOutcome::Busy;
+  }
+  if (outcome != SaveOutcome::Saved) ExecSql(db, "ROLLBACK;");
+  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+  return outcome;
+}
+
 bool PlaylistDatabase::UpdateDuration(int32_t id, double duration) {
   SqliteStatement statement = PrepareStatement(db_.get(), kUpdateDurationSql);
   if (!statement) return false;

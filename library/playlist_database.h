@@ -97,6 +97,12 @@ class PlaylistDatabase {
   // written, the list may be saved again later).
   enum class SaveOutcome { Saved, Busy, Failed };
   SaveOutcome TrySaveItems(std::vector<PlaylistItem>& items, int busyWaitMs);
+  // Runs `write` (statements of this connection) in one transaction that
+  // takes the write lock up front, waiting at most `busyWaitMs` for another
+  // player's lock, at the start and at the commit. Busy: the lock was not
+  // had in time and nothing was written; Failed: `write` said false or a
+  // step failed, and everything was rolled back.
+  SaveOutcome TryWrite(int busyWaitMs, const std::function<bool()>& write);
   bool UpdateDuration(int32_t id, double duration);
   bool UpdateCodecInfo(int32_t id, QStringView codecInfo);
 

@@ -20,7 +20,7 @@ void RecentFiles::Load() {
 void RecentFiles::Record(const QString& givenPath) {
   const QString path = AbsoluteInputPath(givenPath);
   if (path.isEmpty()) return;
-  database_.AddRecentFile(path);
+  writes_.Submit([path](PlaylistDatabase& db) { return db.AddRecentFile(path) >= 0; });
   auto found = std::find(entries_.begin(), entries_.end(), path);
   if (found != entries_.end()) entries_.erase(found);
   entries_.insert(entries_.begin(), path);
@@ -30,13 +30,23 @@ void RecentFiles::Record(const QString& givenPath) {
 void RecentFiles::RemoveEntry(int index) {
   if (index < 0 || index >= static_cast<int>(entries_.size())) return;
   const QString path = entries_[static_cast<size_t>(index)];
-  if (database_.IsOpen() && !path.isEmpty()) database_.RemoveRecentFile(path);
+  if (database_.IsOpen() && !path.isEmpty()) {
+    writes_.Submit([path](PlaylistDatabase& db) {
+      db.RemoveRecentFile(path);
+      return db.IsOpen();
+    });
+  }
   entries_.erase(entries_.begin() + index);
 }
 
 void RecentFiles::Clear() {
   entries_.clear();
-  if (database_.IsOpen()) database_.ClearRecentFiles();
+  if (database_.IsOpen()) {
+    writes_.Submit([](PlaylistDatabase& db) {
+      db.ClearRecentFiles();
+      return db.IsOpen();
+    });
+  }
 }
 
 bool PathExists(const QString& path) {
