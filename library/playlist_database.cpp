@@ -53,10 +53,12 @@ CheckResult QuickCheck(sqlite3* db) {
 
 // A free name beside the damaged file that says when it was set aside.
 QString AsideName(const QString& path) {
-  const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-  QString aside = path + QStringLiteral(".damaged-") + stamp;
+  // Named as the settings file's damaged copies are: local time, the user reads it.
+  const QString base = path + QStringLiteral(".damaged-") +
+                       QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+  QString aside = base;
   for (int n = 2; QFileInfo::exists(aside) || QFileInfo(aside).isSymLink(); ++n) {
-    aside = path + QStringLiteral(".damaged-%1-%2").arg(stamp).arg(n);
+    aside = base + QStringLiteral("~%1").arg(n);
   }
   return aside;
 }
