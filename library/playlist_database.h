@@ -14,8 +14,11 @@
 //   worker; it talks to its window only through PlaylistView.
 //
 // Threads: an instance is used by one thread at a time. The process-wide
-// instance serves the interface thread; PlaylistSaveQueue's worker opens an
-// instance of its own for the saves it retries. The metadata worker never
+// instance serves the interface thread; the workers of PlaylistSaveQueue and
+// StoreWriteQueue open instances of their own for the writes they retry, and
+// the interface thread writes through those queues, never waiting more than
+// a frame for another player's lock. Reads (the list and the recent files at
+// start) still wait up to kBusyTimeoutMs. The metadata worker never
 // touches the database. Returned items and strings are values
 // owned by the caller.
 //
