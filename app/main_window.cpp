@@ -4,6 +4,7 @@
 #include "app/main_window.h"
 
 #include "app/dpi.h"
+#include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/subtitle_overlay_adapter.h"
 #include "app/video_renderer.h"
@@ -23,6 +24,7 @@
 
 #include <QCloseEvent>
 #include <QGuiApplication>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
@@ -152,6 +154,18 @@ bool MainWindow::Create() {
   // A store that does not open means a player without persistence.
   PlaylistDatabase::Instance().Open();
   recentFiles_.Load();
+  if (auto damage = PlaylistDatabase::TakeDamageReport()) {
+    // Told once the window is up; the damaged file is kept where it says.
+    QMetaObject::invokeMethod(
+        this,
+        [this, report = *damage] {
+          QMessageBox box(QMessageBox::Warning, LanguageManager::GetString(u"App.Error"),
+                          FormatKey(u"App.DatabaseDamaged", report.damagedPath, report.keptPath),
+                          QMessageBox::Ok, this);
+          box.exec();
+        },
+        Qt::QueuedConnection);
+  }
   magnetDistance_ = static_cast<int>(Settings::GetDwordOr(setting::kMagnetDistance, 10));
 
   graph_ = std::make_unique<GraphManager>(videoWindow_);

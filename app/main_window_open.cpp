@@ -39,8 +39,11 @@ QString CodecText(const DecoderInfo& info) {
 
 }  // namespace
 
-bool MainWindow::OpenFile(const QString& givenPath) {
+bool MainWindow::OpenFile(const QString& passedPath) {
   if (!graph_) return false;
+  // Whatever reaches here is kept (the list, the recent files): it must not
+  // depend on the folder the player was started from.
+  const QString givenPath = AbsoluteInputPath(passedPath);
   if (IsUrl(givenPath)) return OpenUrl(givenPath);
   const QString path = ResolveShortcut(givenPath);
 

@@ -37,10 +37,20 @@ QString WithoutTrailingSeparator(QString path) {
 
 }  // namespace
 
+namespace {
+const QRegularExpression& SchemePattern() {
+  static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*://"));
+  return scheme;
+}
+}  // namespace
+
+bool IsAbsoluteInputPath(QStringView path) {
+  return path.startsWith(u'/') || SchemePattern().match(path).hasMatch();
+}
+
 QString AbsoluteInputPath(const QString& path, const QString& workingDir) {
   if (path.isEmpty()) return path;
-  static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*://"));
-  if (scheme.match(path).hasMatch()) {
+  if (SchemePattern().match(path).hasMatch()) {
     if (!path.startsWith(u"file://", Qt::CaseInsensitive)) return path;
     const QString local = QUrl(path).toLocalFile();
     return local.isEmpty() ? path : QDir::cleanPath(local);

@@ -29,6 +29,10 @@ bool ShowInExplorer(const QString& path);
 // "file://" address becomes its local path. Paths kept for later (the list,
 // the recent files) must not depend on where the player was started.
 QString AbsoluteInputPath(const QString& path, const QString& workingDir = {});
+// True for what AbsoluteInputPath can give: an absolute local path or an
+// address with a scheme. A relative path kept by an older build cannot be
+// resolved any more: where it was opened from is unknown.
+bool IsAbsoluteInputPath(QStringView path);
 
 // A symbolic link is resolved to its target (a dangling link to the stale
 // target); any other path comes back unchanged.

@@ -4,8 +4,12 @@
 #include "foundation/trace.h"
 #include "library/file_time.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+
+#include <mutex>
+#include <optional>
 
 namespace zelvaro {
 namespace {
@@ -29,14 +33,44 @@ constexpr char kAddRecentSql[] =
 constexpr char kDeleteRecentSql[] = "DELETE FROM recent_files WHERE file_path = ?;";
 constexpr char kClearRecentSql[] = "DELETE FROM recent_files;";
 
-// True when the file is a sound database. Run before the schema script so
-// that nothing is written to a damaged file.
-bool PassesQuickCheck(sqlite3* db) {
+enum class CheckResult { Sound, Damaged, Unreadable };
+
+// Run before the schema script so that nothing is written to a damaged file.
+// Only a file that SQLite itself calls damaged counts as Damaged; a lock held
+// past the busy wait or a read error says nothing about the file's state.
+CheckResult QuickCheck(sqlite3* db) {
   SqliteStatement check = PrepareStatement(db, "PRAGMA quick_check;");
-  if (!check) return false;
-  if (sqlite3_step(check.get()) != SQLITE_ROW) return false;
+  if (!check) {
+    return IsCorruptionCode(sqlite3_errcode(db)) ? CheckResult::Damaged : CheckResult::Unreadable;
+  }
+  const int rc = sqlite3_step(check.get());
+  if (rc != SQLITE_ROW) {
+    return IsCorruptionCode(rc) ? CheckResult::Damaged : CheckResult::Unreadable;
+  }
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(check.get(), 0));
-  return text != nullptr && qstrcmp(text, "ok") == 0;
+  return text != nullptr && qstrcmp(text, "ok") == 0 ? CheckResult::Sound : CheckResult::Damaged;
+}
+
+// A free name beside the damaged file that says when it was set aside.
+QString AsideName(const QString& path) {
+  // Named as the settings file's damaged copies are: local time, the user reads it.
+  const QString base = path + QStringLiteral(".damaged-") +
+                       QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+  QString aside = base;
+  for (int n = 2; QFileInfo::exists(aside) || QFileInfo(aside).isSymLink(); ++n) {
+    aside = base + QStringLiteral("~%1").arg(n);
+  }
+  return aside;
+}
+
+std::mutex& DamageMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+std::optional<PlaylistDatabase::DamageReport>& PendingDamage() {
+  static std::optional<PlaylistDatabase::DamageReport> report;
+  return report;
 }
 
 }  // namespace
@@ -101,20 +135,21 @@ bool PlaylistDatabase::Open() {
   // A file that is there already must prove sound before anything is written.
   const bool existing = QFileInfo(path_).size() > 0;
 
-  sqlite3* raw = nullptr;
-  const int rc = sqlite3_open_v2(nativePath.constData(), &raw,
-                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-  SqliteConnection db(raw);
-  if (rc != SQLITE_OK) {
-    ZELVARO_TRACE_FIRST(5, "playlist store: cannot open %s (%d)", nativePath.constData(), rc);
-    return false;
-  }
-  sqlite3_busy_timeout(db.get(), kBusyTimeoutMs);
-  ExecSql(db.get(), "PRAGMA foreign_keys = ON;");  // result not looked at, on purpose
-  if (existing && !PassesQuickCheck(db.get())) {
-    ZELVARO_TRACE_FIRST(5, "playlist store: %s failed its check; left untouched",
-                        nativePath.constData());
-    return false;
+  SqliteConnection db = OpenConnection(nativePath);
+  if (!db) return false;
+  if (existing) {
+    const CheckResult check = QuickCheck(db.get());
+    if (check == CheckResult::Unreadable) {
+      ZELVARO_TRACE_FIRST(5, "playlist store: %s could not be checked; left untouched",
+                          nativePath.constData());
+      return false;
+    }
+    if (check == CheckResult::Damaged) {
+      db.reset();
+      if (!SetDamagedFileAside()) return false;
+      db = OpenConnection(nativePath);
+      if (!db) return false;
+    }
   }
   if (ExecSql(db.get(), kSchemaScript) != SQLITE_OK) {
     ZELVARO_TRACE_FIRST(5, "playlist store: schema script failed on %s", nativePath.constData());
@@ -122,6 +157,46 @@ bool PlaylistDatabase::Open() {
   }
   db_ = std::move(db);
   return true;
+}
+
+SqliteConnection PlaylistDatabase::OpenConnection(const QByteArray& nativePath) {
+  sqlite3* raw = nullptr;
+  const int rc = sqlite3_open_v2(nativePath.constData(), &raw,
+                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  SqliteConnection db(raw);
+  if (rc != SQLITE_OK) {
+    ZELVARO_TRACE_FIRST(5, "playlist store: cannot open %s (%d)", nativePath.constData(), rc);
+    return SqliteConnection();
+  }
+  sqlite3_busy_timeout(db.get(), kBusyTimeoutMs);
+  ExecSql(db.get(), "PRAGMA foreign_keys = ON;");  // result not looked at, on purpose
+  return db;
+}
+
+bool PlaylistDatabase::SetDamagedFileAside() {
+  const QString aside = AsideName(path_);
+  // The journal belongs to the damaged file: left behind, SQLite would play
+  // it back into the fresh one.
+  for (const QString& suffix : {QStringLiteral("-journal"), QStringLiteral("-wal")}) {
+    if (QFileInfo::exists(path_ + suffix)) QFile::rename(path_ + suffix, aside + suffix);
+  }
+  if (!QFile::rename(path_, aside)) {
+    ZELVARO_TRACE_FIRST(5, "playlist store: %s failed its check and could not be set aside",
+                        QFile::encodeName(path_).constData());
+    return false;
+  }
+  Trace("playlist store: %s failed its check; kept as %s", QFile::encodeName(path_).constData(),
+        QFile::encodeName(aside).constData());
+  std::lock_guard guard(DamageMutex());
+  PendingDamage() = DamageReport{path_, aside};
+  return true;
+}
+
+std::optional<PlaylistDatabase::DamageReport> PlaylistDatabase::TakeDamageReport() {
+  std::lock_guard guard(DamageMutex());
+  std::optional<DamageReport> report = std::move(PendingDamage());
+  PendingDamage().reset();
+  return report;
 }
 
 void PlaylistDatabase::Close() {
@@ -217,6 +292,34 @@ PlaylistDatabase::SaveOutcome PlaylistDatabase::TrySaveItems(std::vector<Playlis
     NoteResult(rc);
   }
   return ok ? SaveOutcome::Saved : SaveOutcome::Failed;
+}
+
+PlaylistDatabase::SaveOutcome PlaylistDatabase::TryWrite(int busyWaitMs,
+                                                         const std::function<bool()>& write) {
+  if (!db_) return SaveOutcome::Failed;
+  sqlite3* db = db_.get();
+  sqlite3_busy_timeout(db, busyWaitMs);
+  const int begin = ExecSql(db, "BEGIN IMMEDIATE TRANSACTION;");
+  if (begin != SQLITE_OK) {
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    if ((begin & 0xFF) == SQLITE_BUSY) return SaveOutcome::Busy;
+    NoteResult(begin);
+    return SaveOutcome::Failed;
+  }
+  const bool ok = write();
+  // A statement that found the file damaged has closed the connection,
+  // which ended the transaction with it.
+  if (!db_) return SaveOutcome::Failed;
+  SaveOutcome outcome = SaveOutcome::Failed;
+  if (ok) {
+    const int commit = ExecSql(db, "COMMIT;");
+    if (commit == SQLITE_OK) outcome = SaveOutcome::Saved;
+    // A reader of another player kept the commit out: tried again later.
+    if ((commit & 0xFF) == SQLITE_BUSY) outcome = SaveOutcome::Busy;
+  }
+  if (outcome != SaveOutcome::Saved) ExecSql(db, "ROLLBACK;");
+  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+  return outcome;
 }
 
 bool PlaylistDatabase::UpdateDuration(int32_t id, double duration) {

@@ -14,17 +14,22 @@
 //   worker; it talks to its window only through PlaylistView.
 //
 // Threads: an instance is used by one thread at a time. The process-wide
-// instance serves the interface thread; PlaylistSaveQueue's worker opens an
-// instance of its own for the saves it retries. The metadata worker never
+// instance serves the interface thread; the workers of PlaylistSaveQueue and
+// StoreWriteQueue open instances of their own for the writes they retry, and
+// the interface thread writes through those queues, never waiting more than
+// a frame for another player's lock. Reads (the list and the recent files at
+// start) still wait up to kBusyTimeoutMs. The metadata worker never
 // touches the database. Returned items and strings are values
 // owned by the caller.
 //
-// Failure: the store reports nothing to the user. When the file cannot be
-// opened or is damaged (not a database, a failed integrity check, a failed
-// schema script), the handle stays null, every operation is a no-op that
-// returns empty, false or -1, and the player runs without persistence. The
-// file is never deleted, recreated or written over in that case; Open is
-// retried by the next caller.
+// Failure: the store shows nothing to the user. A file that SQLite calls
+// damaged at open (not a database, a failed "PRAGMA quick_check") is renamed
+// aside, never deleted or written over, and a fresh file takes its place; the
+// renaming is kept for TakeDamageReport, which the main window asks once at
+// start to tell the user. When the file cannot be opened, checked or set
+// aside, or the schema script fails, the handle stays null, every operation
+// is a no-op that returns empty, false or -1, and the player runs without
+// persistence; Open is retried by the next caller.
 //
 // Two running players share the file: each
 // connection waits up to kBusyTimeoutMs for a lock held by another running
@@ -41,6 +46,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace zelvaro {
@@ -71,6 +77,14 @@ class PlaylistDatabase {
   // $XDG_DATA_HOME/zelvaro/playlist.db as of now.
   static QString DefaultPath();
 
+  // A damaged file some Open of this process set aside: where it was and
+  // where it is kept now. Handed out once (then empty); any thread.
+  struct DamageReport {
+    QString damagedPath;
+    QString keptPath;
+  };
+  static std::optional<DamageReport> TakeDamageReport();
+
   // -- playlist --
   // Low 32 bits of the last insert rowid when the step gave SQLITE_DONE (an
   // ignored duplicate gives the previous rowid), else -1.
@@ -86,6 +100,12 @@ class PlaylistDatabase {
   // written, the list may be saved again later).
   enum class SaveOutcome { Saved, Busy, Failed };
   SaveOutcome TrySaveItems(std::vector<PlaylistItem>& items, int busyWaitMs);
+  // Runs `write` (statements of this connection) in one transaction that
+  // takes the write lock up front, waiting at most `busyWaitMs` for another
+  // player's lock, at the start and at the commit. Busy: the lock was not
+  // had in time and nothing was written; Failed: `write` said false or a
+  // step failed, and everything was rolled back.
+  SaveOutcome TryWrite(int busyWaitMs, const std::function<bool()>& write);
   bool UpdateDuration(int32_t id, double duration);
   bool UpdateCodecInfo(int32_t id, QStringView codecInfo);
 
@@ -104,6 +124,11 @@ class PlaylistDatabase {
   }
 
  private:
+  // Opened read-write (created when missing), with the busy timeout and
+  // foreign keys set; null on failure.
+  static SqliteConnection OpenConnection(const QByteArray& nativePath);
+  // Renames the file at path_ (and its journal) to a free name beside it.
+  bool SetDamagedFileAside();
   // Closes the connection when a statement found the file damaged, so that
   // nothing more is written to it.
   void NoteResult(int resultCode);

@@ -256,9 +256,14 @@ void PlaylistModel::UpdateMetadata(const QString& path, double durationSeconds,
   Redraw(true);
   // Ids go stale at the first save after a load; the updates then match no
   // row, silently, and the values reach the file with the next full save.
-  if (database_.IsOpen() && item.id > 0) database_.UpdateDuration(item.id, durationSeconds);
-  if (!codecInfo.isEmpty() && database_.IsOpen() && item.id >= 1)
-    database_.UpdateCodecInfo(item.id, codecInfo);
+  // Ids are never reused, so a write kept out by another player and made
+  // after a save can only miss, never hit another row.
+  if (!database_.IsOpen() || item.id <= 0) return;
+  writes_.Submit([id = item.id, durationSeconds, codecInfo](PlaylistDatabase& db) {
+    db.UpdateDuration(id, durationSeconds);
+    if (!codecInfo.isEmpty()) db.UpdateCodecInfo(id, codecInfo);
+    return db.IsOpen();
+  });
 }
 
 void PlaylistModel::SortByColumn(int column) {

@@ -4,7 +4,9 @@
 // for each visible row, an index into Items), the search text, which item is
 // current, the sort state and the metadata worker. It speaks to its window
 // only through PlaylistView (library/playlist_view.h) and saves through
-// PlaylistDatabase.
+// PlaylistDatabase: the whole list by PlaylistSaveQueue, the metadata learnt
+// in playback by StoreWriteQueue, neither waiting on the interface thread
+// for another player's lock longer than a frame.
 //
 // Threads: create, use and destroy on the interface thread. The metadata
 // worker started by ReplaceWithSeries reads file attributes on its own
@@ -22,6 +24,7 @@
 #include "library/playlist_item.h"
 #include "library/playlist_save_queue.h"
 #include "library/playlist_view.h"
+#include "library/store_write_queue.h"
 
 #include <QObject>
 #include <QString>
@@ -119,6 +122,7 @@ class PlaylistModel {
 
   PlaylistDatabase& database_;
   PlaylistSaveQueue saveQueue_{database_};
+  StoreWriteQueue writes_{database_};
   PlaylistView* view_ = nullptr;
 
   std::vector<PlaylistItem> items_;

@@ -4,6 +4,7 @@
 
 #include "app/command_line.h"
 #include "engine/graph_manager.h"
+#include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "library/playlist_model.h"
@@ -64,6 +65,12 @@ class ShellDoorTest : public QObject {
   Q_OBJECT
 
  private slots:
+  // The language files beside the built program, so that a notice's text is
+  // its English text rather than its key.
+  void initTestCase() {
+    QVERIFY(LanguageManager::Instance().Initialize(test::BinDir(), QLocale::English));
+  }
+
   void init() {
     home_ = std::make_unique<test::TempHome>();
     previousDir_ = QDir::currentPath();
@@ -88,6 +95,45 @@ class ShellDoorTest : public QObject {
     QCOMPARE(StoredListPaths(home_->DataHome() + QStringLiteral("/zelvaro/playlist.db")), paths);
     QCOMPARE(QStringList(window->recentFiles().begin(), window->recentFiles().end()),
              QStringList{paths[0]});
+    // Any later opening by a relative path is made absolute at the same door.
+    QVERIFY(window->OpenFile(QStringLiteral("./sub/../Episode 3.mkv")));
+    QCOMPARE(window->graph()->CurrentPath(), paths[2]);
+    QCOMPARE(window->recentFiles().front(), paths[2]);
+  }
+
+  // A store that fails its check: the player starts with an empty list, the
+  // damaged file is kept beside the fresh one, and the user is told once.
+  void aDamagedStoreIsKeptAsideAndToldOnce() {
+    const QByteArray damaged = QByteArray("SQLite format 3").append(4096 * 4, '\x5A');
+    const QString dbPath = home_->WriteFile(QStringLiteral("data/zelvaro/playlist.db"), damaged);
+    {
+      test::MessageBoxAnswerer notice(QMessageBox::Ok);
+      MainWindow* window = test::StartPlayer();
+      QVERIFY(window != nullptr);
+      QTRY_COMPARE(notice.answered(), 1);
+      QVERIFY(window->playlist()->Items().empty());
+      const QStringList kept = QDir(home_->DataHome() + QStringLiteral("/zelvaro"))
+                                   .entryList({QStringLiteral("playlist.db.damaged-*")});
+      QCOMPARE(kept.size(), 1);
+      const QString keptPath = home_->DataHome() + QStringLiteral("/zelvaro/") + kept[0];
+      QFile keptFile(keptPath);
+      QVERIFY(keptFile.open(QIODevice::ReadOnly));
+      QCOMPARE(keptFile.readAll(), damaged);
+      QVERIFY2(notice.text().contains(dbPath), qPrintable(notice.text()));
+      QVERIFY(notice.text().contains(keptPath));
+      QCOMPARE(notice.title(), LanguageManager::GetString(u"App.Error"));
+    }
+    // Nothing more is waiting to be told, in this run or the next.
+    for (int run = 0; run < 2; ++run) {
+      test::MessageBoxAnswerer again(QMessageBox::Ok);
+      if (run == 1) {
+        test::StopPlayer();
+        QVERIFY(test::StartPlayer() != nullptr);
+      }
+      QCoreApplication::sendPostedEvents();
+      QCoreApplication::processEvents();
+      QCOMPARE(again.answered(), 0);
+    }
   }
 
   // The real program in a terminal: SIGTERM while it plays ends it with 0,

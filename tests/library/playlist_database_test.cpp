@@ -267,47 +267,74 @@ void ExercisePlayer(PlaylistDatabase& db, const QString& mediaFile) {
   EXPECT_FALSE(favorites.AddGroup(u"Mine"_s));
 }
 
-TEST_F(PlaylistDatabaseTest, AFileOfRandomBytesIsLeftUntouched) {
-  QByteArray garbage(64 * 1024, '\0');
-  QRandomGenerator generator(1234);
-  for (char& byte : garbage) byte = static_cast<char>(generator.generate() & 0xFF);
-  home_.WriteFile(u"data/zelvaro/playlist.db"_s, garbage);
-  PlaylistDatabase db;
-  ExercisePlayer(db, MakeFile(u"Show 101.mkv"_s));
-  EXPECT_EQ(ReadFileBytes(DbPath()), garbage);
-  EXPECT_FALSE(QFileInfo::exists(DbPath() + u"-journal"_s));
-}
-
-TEST_F(PlaylistDatabaseTest, ATruncatedDatabaseIsLeftUntouched) {
+// The bytes of a damaged store, one kind per name.
+QByteArray DamagedStore(const QString& kind, const QString& dbPath) {
+  if (kind == u"random bytes"_s) {
+    QByteArray garbage(64 * 1024, '\0');
+    QRandomGenerator generator(1234);
+    for (char& byte : garbage) byte = static_cast<char>(generator.generate() & 0xFF);
+    return garbage;
+  }
   {
     PlaylistDatabase db;
-    ASSERT_TRUE(db.Open());
+    EXPECT_TRUE(db.Open());
     auto items = NumberedItems(u"/a/fairly/long/folder/name/to/fill/pages"_s, 3000);
-    ASSERT_TRUE(db.SaveItems(items));
+    EXPECT_TRUE(db.SaveItems(items));
   }
-  QByteArray whole = ReadFileBytes(DbPath());
-  ASSERT_GT(whole.size(), 100 * 1024);
-  const QByteArray truncated = whole.left(whole.size() / 2);
-  home_.WriteFile(u"data/zelvaro/playlist.db"_s, truncated);
-  PlaylistDatabase db;
-  ExercisePlayer(db, MakeFile(u"Show 101.mkv"_s));
-  EXPECT_EQ(ReadFileBytes(DbPath()), truncated);
+  QByteArray bytes = ReadFileBytes(dbPath);
+  EXPECT_GT(bytes.size(), 100 * 1024);
+  if (kind == u"truncated"_s) return bytes.left(bytes.size() / 2);
+  // A scribbled page in the middle, the header and schema page left whole.
+  for (qsizetype i = bytes.size() / 2; i < bytes.size() / 2 + 3000; ++i) bytes[i] = '\x5A';
+  return bytes;
 }
 
-TEST_F(PlaylistDatabaseTest, ACorruptPageInsideIsCaughtBeforeAnyWrite) {
+TEST_F(PlaylistDatabaseTest, ADamagedFileIsKeptAsideAndAFreshOneTakesItsPlace) {
+  for (const QString& kind : {u"random bytes"_s, u"truncated"_s, u"corrupt page"_s}) {
+    SCOPED_TRACE(kind.toStdString());
+    QDir(home_.DataHome() + u"/zelvaro"_s).removeRecursively();
+    const QByteArray damaged = DamagedStore(kind, DbPath());
+    home_.WriteFile(u"data/zelvaro/playlist.db"_s, damaged);
+    {
+      PlaylistDatabase db;
+      ASSERT_TRUE(db.Open());
+      EXPECT_TRUE(db.LoadItems().empty());
+      auto items = NumberedItems(u"/m"_s, 2);
+      EXPECT_TRUE(db.SaveItems(items));
+    }
+    const auto report = PlaylistDatabase::TakeDamageReport();
+    ASSERT_TRUE(report.has_value());
+    EXPECT_FALSE(PlaylistDatabase::TakeDamageReport().has_value());  // told once
+    EXPECT_EQ(report->damagedPath, DbPath());
+    EXPECT_TRUE(report->keptPath.startsWith(DbPath() + u".damaged-"_s))
+        << report->keptPath.toStdString();
+    EXPECT_EQ(ReadFileBytes(report->keptPath), damaged);
+    // The fresh file passes at the next start, which finds nothing to report.
+    PlaylistDatabase next;
+    ASSERT_TRUE(next.Open());
+    EXPECT_EQ(next.LoadItems().size(), 2u);
+    EXPECT_FALSE(PlaylistDatabase::TakeDamageReport().has_value());
+  }
+}
+
+TEST_F(PlaylistDatabaseTest, AFileLockedPastTheBusyWaitIsNotTakenForDamaged) {
   {
     PlaylistDatabase db;
     ASSERT_TRUE(db.Open());
-    auto items = NumberedItems(u"/a/long/folder/name/to/fill/several/pages"_s, 2000);
+    auto items = NumberedItems(u"/m"_s, 3);
     ASSERT_TRUE(db.SaveItems(items));
   }
-  QByteArray bytes = ReadFileBytes(DbPath());
-  // Scribble over the middle of the file, leaving the header and schema page.
-  for (qsizetype i = bytes.size() / 2; i < bytes.size() / 2 + 3000; ++i) bytes[i] = '\x5A';
-  home_.WriteFile(u"data/zelvaro/playlist.db"_s, bytes);
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open(QFile::encodeName(DbPath()).constData(), &raw), SQLITE_OK);
+  SqliteConnection other(raw);
+  ASSERT_EQ(ExecSql(other.get(), "BEGIN EXCLUSIVE;"), SQLITE_OK);
+  ASSERT_EQ(ExecSql(other.get(), "DELETE FROM recent_files;"), SQLITE_OK);
   PlaylistDatabase db;
-  ExercisePlayer(db, MakeFile(u"Show 101.mkv"_s));
-  EXPECT_EQ(ReadFileBytes(DbPath()), bytes);
+  EXPECT_FALSE(db.Open());
+  EXPECT_FALSE(PlaylistDatabase::TakeDamageReport().has_value());
+  ExecSql(other.get(), "COMMIT;");
+  ASSERT_TRUE(db.Open());
+  EXPECT_EQ(db.LoadItems().size(), 3u);
 }
 
 TEST_F(PlaylistDatabaseTest, AnUnwritableDataFolderMeansNoPersistence) {

@@ -3,6 +3,8 @@
 #include "library/file_time.h"
 #include "tests/library/library_test_support.h"
 
+#include <QDir>
+#include <QFile>
 #include <QThread>
 
 namespace zelvaro::test {
@@ -88,6 +90,65 @@ TEST_F(RecentFilesTest, RemovingAGoneEntryDeletesItsRow) {
   EXPECT_EQ(recent.Entries(), std::vector<QString>{u"/m/b.mkv"_s});
   EXPECT_EQ(QueryColumn(DbPath(), "SELECT file_path FROM recent_files;"),
             std::vector<std::string>{"/m/b.mkv"});
+}
+
+TEST_F(RecentFilesTest, PathsAreKeptAbsoluteAndRelativeRowsOfOlderBuildsAreDropped) {
+  RecentFiles recent(db_);
+  const struct {
+    QString given;
+    QString kept;
+  } cases[] = {
+      {u"/m/./a/../b.mkv"_s, u"/m/b.mkv"_s},
+      {u"Episode 1.mkv"_s, QDir::currentPath() + u"/Episode 1.mkv"_s},
+      {u"file:///m/c%20d.mkv"_s, u"/m/c d.mkv"_s},
+      {u"https://example.com/a/../live.m3u8?x=1"_s, u"https://example.com/a/../live.m3u8?x=1"_s},
+  };
+  for (const auto& c : cases) {
+    recent.Record(c.given);
+    QThread::usleep(200);
+    EXPECT_EQ(recent.Entries().front(), c.kept) << c.given.toStdString();
+  }
+  // Rows an older build stored as typed cannot be resolved any more.
+  for (const QString& old : {u"relative/old.mkv"_s, u"./here.mkv"_s, u"x.mkv"_s}) {
+    db_.AddRecentFile(old);
+    QThread::usleep(200);  // distinct access times
+  }
+  RecentFiles reloaded(db_);
+  reloaded.Load();
+  std::vector<QString> expected;
+  for (auto it = std::rbegin(cases); it != std::rend(cases); ++it) expected.push_back(it->kept);
+  EXPECT_EQ(reloaded.Entries(), expected);
+}
+
+// Another player holds the write lock past the busy wait: each write is
+// handed on at once instead of holding the caller, and they all land, in the
+// order they were made, once the lock is let go.
+TEST_F(RecentFilesTest, WritesLockedOutByAnotherPlayerLandLaterInOrder) {
+  RecentFiles recent(db_);
+  recent.Record(u"/m/old.mkv"_s);
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open(QFile::encodeName(DbPath()).constData(), &raw), SQLITE_OK);
+  SqliteConnection other(raw);
+  ASSERT_EQ(ExecSql(other.get(), "BEGIN IMMEDIATE;"), SQLITE_OK);
+  ASSERT_EQ(ExecSql(other.get(), "INSERT INTO recent_files (file_path) VALUES ('/x/other');"),
+            SQLITE_OK);
+
+  recent.Record(u"/m/a.mkv"_s);
+  EXPECT_TRUE(recent.HasPendingWrites());
+  recent.Record(u"/m/b.mkv"_s);
+  recent.RemoveEntry(1);  // a.mkv: removed only after it was added
+  recent.Clear();
+  recent.Record(u"/m/c.mkv"_s);
+  EXPECT_EQ(recent.Entries(), std::vector<QString>{u"/m/c.mkv"_s});
+
+  ASSERT_EQ(ExecSql(other.get(), "COMMIT;"), SQLITE_OK);
+  ASSERT_TRUE(recent.FlushWrites(30000));
+  EXPECT_EQ(QueryColumn(DbPath(), "SELECT file_path FROM recent_files;"),
+            std::vector<std::string>{"/m/c.mkv"});
+  // With the lock free again, a write is made at once.
+  recent.Record(u"/m/d.mkv"_s);
+  EXPECT_FALSE(recent.HasPendingWrites());
+  EXPECT_EQ(RowCount(), 2);
 }
 
 TEST_F(RecentFilesTest, ClearingTwiceIsHarmless) {
