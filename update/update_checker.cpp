@@ -64,7 +64,6 @@ void UpdateChecker::StartCheck(bool silent) {
   UpdateEnvironment environment;
   {
     std::lock_guard lock(state_->mutex);
-    if (state_->cancel->load()) return;
     environment.ui = state_->ui;
     environment.limits = state_->limits;
     environment.cancel = state_->cancel;
@@ -80,6 +79,8 @@ UpdateInfo UpdateChecker::LastInfo() const {
 void UpdateChecker::Shutdown() {
   std::lock_guard lock(state_->mutex);
   state_->cancel->store(true);
+  // Checks started later (a player set up again in the same process) run.
+  state_->cancel = std::make_shared<std::atomic<bool>>(false);
   state_->ui.reset();
 }
 

@@ -34,8 +34,8 @@ class UpdateChecker {
   // The record of the last check whose reply was read whole.
   UpdateInfo LastInfo() const;
 
-  // Tells running checks to stop at their next step; never waits. The UI
-  // given before is dropped.
+  // Tells running checks to stop at their next step and drops the UI; never
+  // waits. Checks started afterwards run as usual.
   void Shutdown();
 
   struct State;
