@@ -8,16 +8,20 @@
 #include "foundation/settings.h"
 #include "tests/support/http_test_server.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/test_paths.h"
 #include "update/update_checker.h"
 #include "update/update_prompts.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
+#include <QProcess>
 #include <QPushButton>
 #include <QTest>
 
 #include <memory>
+
+#include <signal.h>
 
 namespace zelvaro {
 
@@ -122,6 +126,28 @@ class AboutDialogTest : public QObject {
     // The check ends without fetching: the record of the finished check is published.
     QTRY_VERIFY_WITH_TIMEOUT(UpdateChecker::Instance().LastInfo().UpdateAvailable, 10000);
     QCOMPARE(server.RequestCount(), 1);
+  }
+
+  // The real program with a server that never finishes its reply: closing
+  // does not wait for the check. Waiting for it would take the reply's 15 s
+  // time-out; the bound leaves room for the player's own shutdown on a busy
+  // machine.
+  void closingWhileACheckHangsExitsAtOnce() {
+    test::TempHome home;
+    test::HttpTestServer server;
+    server.Route("/api/zelvaro/v1/checkUpdate", {.body = "{",
+                                                 .bodySize = 1ll << 30,
+                                                 .sendContentLength = false,
+                                                 .trickleBytesPerSecond = 10});
+    Settings::SetString(setting::kUpdateEndpoint, server.Url(QString()));
+    QProcess player;
+    player.setProcessChannelMode(QProcess::ForwardedChannels);
+    player.start(test::BinDir() + QStringLiteral("/zelvaro"), {});
+    QVERIFY(player.waitForStarted(10000));
+    QTRY_COMPARE_WITH_TIMEOUT(server.RequestCount(), 1, 20000);
+    QCOMPARE(::kill(static_cast<pid_t>(player.processId()), SIGTERM), 0);
+    QVERIFY(player.waitForFinished(5000));
+    QCOMPARE(player.exitCode(), 0);
   }
 };
 
