@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <future>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -354,6 +355,35 @@ TEST_F(UpdateCheckTest, CommandsOutsideAreRefused) {
     EXPECT_EQ(ReadAll(installDir_ + QStringLiteral("/f")), "f");
     EXPECT_TRUE(runs_.empty());
   }
+}
+
+// One check at a time: a second check asks the server only after the first
+// has ended (here, after its box).
+TEST_F(UpdateCheckTest, SecondCheckWaitsForTheFirst) {
+  server_.Route(kCheckPath, {.body = R"({"result":"success","data":{}})", .delayMs = 300});
+  struct CountingUi : UpdateUi {
+    explicit CountingUi(HttpTestServer* server) : server(server) {}
+    bool Show(const Message&) override {
+      std::lock_guard lock(mutex);
+      requestsSeen.push_back(server->RequestCount());
+      shown.notify_all();
+      return false;
+    }
+    HttpTestServer* server;
+    std::mutex mutex;
+    std::condition_variable shown;
+    std::vector<int> requestsSeen;
+  };
+  auto ui = std::make_shared<CountingUi>(&server_);
+  UpdateChecker& checker = UpdateChecker::Instance();
+  checker.SetUi(ui);
+  checker.StartCheck(/*silent=*/false);
+  checker.StartCheck(/*silent=*/false);
+  std::unique_lock lock(ui->mutex);
+  ui->shown.wait_for(lock, std::chrono::seconds(10), [&] { return ui->requestsSeen.size() >= 2; });
+  EXPECT_EQ(ui->requestsSeen, (std::vector<int>{1, 2}));
+  lock.unlock();
+  checker.Shutdown();
 }
 
 // A check hanging on the server is left behind at once when the player closes.
