@@ -323,6 +323,7 @@ TEST_F(UpdateCheckTest, HostileDownloadsAreRefused) {
       {"through a link", with({{"download_save_as", "%INST_DIR%/link/.bashrc"}})},
       {"larger than announced", with({{"download_filesize", 4}})},
       {"redirect to plain http", with({{"download_url", redirect}})},
+      {"file address", with({{"download_url", "file:///etc/passwd"}})},
   };
   for (const Case& testCase : cases) {
     SCOPED_TRACE(testCase.name);
