@@ -7,6 +7,8 @@
 #include "foundation/language_manager.h"
 #include "foundation/shell_paths.h"
 #include "library/playlist_database.h"
+#include "update/update_checker.h"
+#include "update/update_prompts.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -54,7 +56,9 @@ bool Application::Initialize(const CommandLine& commandLine) {
   stopSignals_ = std::make_unique<StopSignals>([window = mainWindow_.get()] { window->close(); });
 
   mainWindow_->show();
-  // The update check joins here when the updater lands.
+  UpdateChecker::Instance().SetUi(MessageBoxUpdateUi::Create(mainWindow_.get()));
+  // A build for a distribution has no endpoint: its package manager updates it.
+  if (UpdateChecker::IsConfigured()) UpdateChecker::Instance().StartCheck(/*silent=*/true);
   if (!startupFile_.isEmpty()) mainWindow_->OpenFile(startupFile_);
   // Fullscreen comes after the file, so the window already knows the video.
   if (startFullscreen_) mainWindow_->ToggleFullscreen();
@@ -66,6 +70,8 @@ int Application::Run() {
 }
 
 void Application::Shutdown() {
+  // A check still on the network is left behind, never waited for.
+  UpdateChecker::Instance().Shutdown();
   if (accelerators_) qApp->removeEventFilter(accelerators_.get());
   accelerators_.reset();
   stopSignals_.reset();

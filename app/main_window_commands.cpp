@@ -18,6 +18,7 @@
 #include "foundation/trace.h"
 #include "library/favorites_database.h"
 #include "subtitles/subtitle_manager.h"
+#include "update/about_dialog.h"
 
 #include <QFileDialog>
 #include <QMessageBox>
@@ -272,6 +273,11 @@ void MainWindow::RunCommand(int id) {
     case ID_SETTINGS:
       ShowOptions();
       break;
+    case ID_ABOUT: {
+      AboutDialog about(this);
+      about.exec();
+      break;
+    }
     case ID_EXIT:
       // Straight to destruction: the panels' state is not saved on this path.
       Destroy();
@@ -310,7 +316,7 @@ void MainWindow::RunCommand(int id) {
       break;
 
     // Screenshots, sizing to the video and the panels and dialogs (control
-    // panel, file information, clip cutting, favourites manager, about) act
+    // panel, file information, clip cutting, favourites manager) act
     // through pieces this window does not hold yet: they do nothing.
     default:
       break;

@@ -9,3 +9,10 @@ foreach(folder Language skins)
          PATTERN "CMakeLists.txt" EXCLUDE)
   endif()
 endforeach()
+
+# The licence texts the about dialog shows.
+foreach(text License.txt License2.txt)
+  if(EXISTS "${SOURCE_DIR}/${text}")
+    file(COPY "${SOURCE_DIR}/${text}" DESTINATION "${DEST_DIR}")
+  endif()
+endforeach()

@@ -90,6 +90,8 @@ inline constexpr QStringView kSubAlignment{u"SubAlignment"};
 inline constexpr QStringView kLanguage{u"Language"};
 inline constexpr QStringView kInstallPath{u"InstallPath"};
 inline constexpr QStringView kAppver{u"appver"};
+// Base address of the update server; empty means no check is configured.
+inline constexpr QStringView kUpdateEndpoint{u"UpdateEndpoint"};
 
 // One value per side file the updater delivers: this prefix and the file name.
 inline constexpr QStringView kFileVersionPrefix{u"filever_"};
