@@ -1,12 +1,18 @@
 // The player's popup menus as a person uses them: a real right click over
 // the picture opens the context menu, real keys move in it and Return
 // chooses (and never reaches the window's own Return), the dark look read
-// back from a golden image, and favourites played by their menu ids.
+// back from a golden image, the track menus above their point, and
+// favourites played by their menu ids.
+
+// Qt's widget headers go before the X11 ones, whose macros clash with them.
+#include <QLineEdit>
+#include <QStyleOptionMenuItem>
 
 #include "app/commands.h"
 #include "app/favorite_menu_ids.h"
 #include "app/video_renderer.h"
 #include "chrome/chrome_palette.h"
+#include "chrome/dark_menu.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
@@ -257,6 +263,41 @@ class MainWindowMenusTest : public QObject {
     // Out of range: nothing changes.
     window->OnCommand(ID_SUBTITLE_TRACK_LAST);
     QCOMPARE(window->embeddedSubtitleIndex(), 1);
+  }
+
+  void darkStyleRowsAndEveryMenuTakesIt() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    chrome::DarkMenuStyle style;
+    struct Row {
+      QStyle::State state;
+      QColor fill;
+    };
+    // A greyed row under the pointer keeps the plain background.
+    const Row rows[] = {{QStyle::State_Enabled, chrome::kMenuBackground},
+                        {QStyle::State_Enabled | QStyle::State_Selected, chrome::kMenuSelection},
+                        {QStyle::State_Selected, chrome::kMenuBackground}};
+    for (const Row& row : rows) {
+      QImage image(120, chrome::DarkMenuStyle::ItemHeight(), QImage::Format_RGB32);
+      image.fill(Qt::red);
+      QStyleOptionMenuItem option;
+      option.rect = image.rect();
+      option.state = row.state;
+      option.text = QStringLiteral("&Row\tX");
+      option.font = QApplication::font();
+      QPainter painter(&image);
+      style.drawControl(QStyle::CE_MenuItem, &option, &painter);
+      painter.end();
+      QCOMPARE(image.pixelColor(image.width() - 2, 1), row.fill);
+    }
+    QCOMPARE(chrome::DarkMenuStyle::DrawnParts(QStringLiteral("&&a&b\tc\td")),
+             (QStringList{QStringLiteral("ab"), QStringLiteral("c")}));
+
+    // Menus nobody styled by hand: a line edit's own context menu.
+    QLineEdit edit(window);
+    const std::unique_ptr<QMenu> editMenu(edit.createStandardContextMenu());
+    editMenu->ensurePolished();
+    QVERIFY(dynamic_cast<chrome::DarkMenuStyle*>(editMenu->style()) != nullptr);
   }
 
  private:
