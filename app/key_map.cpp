@@ -124,6 +124,8 @@ bool KeyCommandFilter::eventFilter(QObject* watched, QEvent* event) {
   const auto* keyEvent = static_cast<QKeyEvent*>(event);
   const int key = keyEvent->key();
   const QWidget* active = QApplication::activeWindow();
+  // An open popup menu keeps its keys: Return chooses, Escape closes.
+  if (QApplication::activePopupWidget() != nullptr) return false;
   // A modal dialog keeps its keys, as its owner is disabled while it runs.
   if (active == nullptr || IsArrow(key) || QApplication::activeModalWidget() != nullptr)
     return false;

@@ -11,6 +11,7 @@
 #include "app/window_globals.h"
 #include "app/window_placement.h"
 #include "chrome/chrome_paint.h"
+#include "chrome/dark_menu.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_window.h"
 #include "engine/graph_manager.h"
@@ -123,6 +124,7 @@ MainWindow::~MainWindow() {
     graph_->SetVideoOutput(nullptr);
     graph_.reset();
   }
+  chrome::RemoveDarkMenus();
 }
 
 void MainWindow::ReadWindowSettings() {
@@ -141,6 +143,8 @@ void MainWindow::ReadWindowSettings() {
 }
 
 bool MainWindow::Create() {
+  // Before any menu exists.
+  chrome::InstallDarkMenus();
   ReadWindowSettings();
   setMinimumSize(Scaled(kMinimumSize.width()), Scaled(kMinimumSize.height()));
   const std::vector<ScreenArea> screens = Screens();

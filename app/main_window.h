@@ -16,12 +16,14 @@
 // placement, painting, the resize bands, fullscreen), main_window_open.cpp
 // (the open and play flow, the end of a file, the workers),
 // main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
-// timers), main_window_messages.cpp (the player's messages, drag and drop)
-// and main_window_wheel.cpp (the wheel's volume saves, the place after a move).
+// timers), main_window_messages.cpp (the player's messages, drag and drop),
+// main_window_menus.cpp (the popup menus) and main_window_wheel.cpp (the wheel's volume saves, the
+// place after a move).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
+#include "app/menu_models.h"
 #include "app/messages.h"
 #include "app/wheel_steps.h"
 #include "chrome/chrome_host.h"
@@ -36,6 +38,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+
+class QMenu;
 
 namespace zelvaro {
 
@@ -87,6 +91,18 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // Applies what the options pages change.
   void ApplySettings();
 
+  // main_window_menus.cpp. The menus are built at each opening and run
+  // modally; the choice goes to OnCommand. Points are global; the subtitle
+  // and audio menus stand with their bottom at the point.
+  void ShowContextMenu(QPoint global);
+  std::unique_ptr<QMenu> BuildSubtitleMenu();
+  void ShowSubtitleMenu(QPoint global);
+  void ShowAudioTrackMenu(QPoint global);
+  void FillRecentMenu(QMenu* menu);
+  void FillFavoritesMenu(QMenu* menu);
+  // The embedded subtitle stream chosen in the menu, -1 for none.
+  int embeddedSubtitleIndex() const { return embeddedSubtitleIndex_; }
+
   // Where the favourites dialog's group choice comes in: the group index, or
   // nothing when the user cancels. Without one, adding a favourite stops at
   // the choice.
@@ -119,6 +135,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
@@ -202,6 +219,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // At the end of a file with A set and no loop: back to A; true when it went.
   bool ContinueFromMarkA();
 
+  // main_window_menus.cpp
+  SubtitleMenuState SubtitleState() const;
+  MenuModel ContextModel() const;
+  void SelectSubtitleTrack(int index);
+
   // main_window_input.cpp
   void OnTimer(int id);
   void UpdateFullscreenBars();
@@ -261,6 +283,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   QTimer sizeOsdTimer_;         // 1007: arms the size OSD after start-up settles
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
+  int embeddedSubtitleIndex_ = -1;
 };
 
 }  // namespace zelvaro

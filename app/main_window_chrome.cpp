@@ -23,8 +23,8 @@ void MainWindow::SendCommand(int id) {
   OnCommand(id);
 }
 
-void MainWindow::ShowContextMenuAt(QPoint) {
-  // The context menu joins the window with the menus.
+void MainWindow::ShowContextMenuAt(QPoint globalPos) {
+  ShowContextMenu(globalPos);
 }
 
 void MainWindow::SyncToolbar() {

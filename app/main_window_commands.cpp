@@ -87,6 +87,10 @@ void MainWindow::RunCommand(int id) {
     SelectAudioTrack(id - ID_AUDIO_TRACK_FIRST);
     return;
   }
+  if (InRange(id, ID_SUBTITLE_TRACK_FIRST, ID_SUBTITLE_TRACK_LAST)) {
+    SelectSubtitleTrack(id - ID_SUBTITLE_TRACK_FIRST);
+    return;
+  }
   if (const std::optional<FavoriteEntry> entry = FavoriteEntryFromId(id)) {
     PlayFavorite(entry->group, entry->item);
     return;

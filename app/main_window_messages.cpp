@@ -111,10 +111,15 @@ qintptr MainWindow::OnPlayerMessage(int message, qintptr wParam, qintptr lParam)
       buffer[length] = u'\0';
       return 0;
     }
+    case WM_PLAYER_SUBTITLE_MENU:
+      ShowSubtitleMenu(QPoint(static_cast<int>(wParam), static_cast<int>(lParam)));
+      return 0;
+    case WM_PLAYER_AUDIO_MENU:
+      ShowAudioTrackMenu(QPoint(static_cast<int>(wParam), static_cast<int>(lParam)));
+      return 0;
     case WM_PLAYER_GET_POSITION_MS:
       return graph_ ? static_cast<qintptr>(graph_->GetPosition() * 1000) : 0;
-    // The playlist and control panel toggles and the track menus need their
-    // panels; the lyrics and album-art results come through their hooks as
+    // The playlist and control panel toggles need their panels; the lyrics and album-art results come through their hooks as
     // owned values, never as numbers.
     default:
       return 0;

@@ -49,6 +49,7 @@ bool MainWindow::OpenFile(const QString& passedPath) {
 
   // The old input ends here whether or not the new one opens.
   graph_->Close();
+  embeddedSubtitleIndex_ = -1;
   ClearAlbumArt();
   if (videoWindow_) videoWindow_->update();
 
@@ -109,6 +110,7 @@ bool MainWindow::OpenUrl(const QString& url) {
     showFailure();
     return false;
   }
+  embeddedSubtitleIndex_ = -1;
   // The address is opened without holding the window: the OSD says that it
   // waits, and a new open or closing the player cancels the wait.
   constexpr int kOpeningOsdMs = 1500;

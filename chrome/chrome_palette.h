@@ -1,6 +1,6 @@
 #pragma once
 // The colours of the painted chrome (toolbar, seek bar, preview popup, title
-// bar, tooltip), in one place so a theme changes them here and nowhere else.
+// bar, tooltip, popup menus), in one place so a theme changes them here and nowhere else.
 // Written as 0xRRGGBB, the way the chrome's design gives them.
 
 #include <QColor>
@@ -67,6 +67,17 @@ inline constexpr QColor kTitleTintNormal = Rgb(0x747474);
 inline constexpr QColor kTitleTintOverFill = Rgb(0x141414);
 inline constexpr QColor kTitleTintCloseOverFill = Rgb(0xFFFFFF);
 inline constexpr QColor kTitlePinOnTint = Rgb(0xFFC864);
+
+// Popup menus.
+inline constexpr QColor kMenuBackground = Rgb(0x2D2D2D);
+inline constexpr QColor kMenuSelection = Rgb(0x3D3D3D);
+inline constexpr QColor kMenuSeparatorLight = Rgb(0x3D3D3D);
+inline constexpr QColor kMenuSeparatorDark = Rgb(0x1D1D1D);
+inline constexpr QColor kMenuText = Rgb(0xE0E0E0);
+inline constexpr QColor kMenuTextSelected = Rgb(0xFFFFFF);
+inline constexpr QColor kMenuTextDisabled = Rgb(0x808080);
+inline constexpr QColor kMenuFrameLight = Rgb(0x414141);  // top and left
+inline constexpr QColor kMenuFrameDark = Rgb(0x232323);   // right and bottom
 
 // Tooltip.
 inline constexpr QColor kTooltipBackground = Rgb(0xFFF299);

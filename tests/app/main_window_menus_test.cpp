@@ -1,0 +1,310 @@
+// The player's popup menus as a person uses them: a real right click over
+// the picture opens the context menu, real keys move in it and Return
+// chooses (and never reaches the window's own Return), the dark look read
+// back from a golden image, the track menus above their point, and
+// favourites played by their menu ids.
+
+// Qt's widget headers go before the X11 ones, whose macros clash with them.
+#include <QLineEdit>
+#include <QStyleOptionMenuItem>
+
+#include "app/commands.h"
+#include "app/favorite_menu_ids.h"
+#include "app/video_renderer.h"
+#include "chrome/chrome_palette.h"
+#include "chrome/dark_menu.h"
+#include "engine/graph_manager.h"
+#include "foundation/language_manager.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
+#include "library/favorites_database.h"
+#include "tests/app/shell_test_support.h"
+#include "tests/app/x_pointer.h"
+#include "tests/support/golden_image.h"
+
+#include <QMenu>
+#include <QPainter>
+
+#include <X11/keysym.h>
+
+namespace zelvaro {
+namespace {
+
+constexpr int kWaitMs = 20000;
+
+void XRightClick(Display* display, QPoint global) {
+  test::XMovePointer(display, global);
+  XTestFakeButtonEvent(display, 3, True, CurrentTime);
+  XTestFakeButtonEvent(display, 3, False, CurrentTime);
+  XFlush(display);
+}
+
+void XKey(Display* display, KeySym symbol) {
+  const KeyCode code = XKeysymToKeycode(display, symbol);
+  XTestFakeKeyEvent(display, code, True, CurrentTime);
+  XTestFakeKeyEvent(display, code, False, CurrentTime);
+  XFlush(display);
+}
+
+QAction* ActionWithText(QMenu* menu, const QString& text) {
+  for (QAction* action : menu->actions()) {
+    if (action->text() == text) return action;
+  }
+  return nullptr;
+}
+
+// Context menus run modally, inside the event that opened them: what a test
+// does in the open menu is set up before, and runs once the menu shows.
+class WhenMenuOpens : public QObject {
+ public:
+  explicit WhenMenuOpens(std::function<void(QMenu*)> act) : act_(std::move(act)) {
+    timer_.setInterval(10);
+    connect(&timer_, &QTimer::timeout, this, [this] {
+      auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+      if (menu == nullptr || !menu->isVisible()) return;
+      timer_.stop();
+      act_(menu);
+      done_ = true;
+      // A menu that missed its keys must not hold the test in its loop.
+      QTimer::singleShot(kWaitMs, this, [] {
+        while (QWidget* popup = QApplication::activePopupWidget()) popup->close();
+      });
+    });
+    timer_.start();
+  }
+  bool done() const { return done_; }
+
+ private:
+  std::function<void(QMenu*)> act_;
+  QTimer timer_;
+  bool done_ = false;
+};
+
+}  // namespace
+
+class MainWindowMenusTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  // Real texts, with their tabbed key hints, in the menus and the golden image.
+  void initTestCase() {
+    QVERIFY(LanguageManager::Instance().Initialize(test::SourceDir(), QLocale::English));
+  }
+  void init() { home_ = std::make_unique<test::TempHome>(); }
+  void cleanup() {
+    test::StopPlayer();
+    home_.reset();
+  }
+
+  // First: the favourites store is a process-wide instance bound to the
+  // first home that uses it.
+  void favouriteIdsPlayWithoutTouchingGroups() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("fav"),
+                                               {QStringLiteral("x.mp4"), QStringLiteral("y.mp4")});
+    FavoritesDatabase& favorites = FavoritesDatabase::Instance();
+    for (int g = 0; g < 5; ++g) QVERIFY(favorites.AddGroup(QStringLiteral("g%1").arg(g)));
+    QVERIFY(favorites.AddItem(0, clips[0], 0));
+    QVERIFY(favorites.AddItem(3, clips[1], 0));
+    // The first item of group 3, where the group-clearing range would once
+    // have begun.
+    window->OnCommand(FavoriteItemId(3, 0));
+    QCOMPARE(window->graph()->CurrentPath(), clips[1]);
+    QCOMPARE(favorites.Groups()[0].items.size(), size_t{1});
+    QCOMPARE(favorites.Groups()[3].items.size(), size_t{1});
+  }
+
+  void rightClickOpensMenuAndReturnChoosesARecentFile() {
+    Display* display = test::XTestDisplay();
+    if (display == nullptr) QSKIP("needs an X11 display with XTEST");
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    QVERIFY(test::ActivatePlayer(window));
+    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("show"),
+                                               {QStringLiteral("a.mp4"), QStringLiteral("b.mp4")});
+    QVERIFY(window->OpenFile(clips[0]));
+    QVERIFY(window->OpenFile(clips[1]));  // a is the second recent entry now
+    QCOMPARE(window->recentFiles().size(), size_t{2});
+
+    // Recent files, Right into the submenu, Down to the second entry, Return.
+    int topRows = 0;
+    WhenMenuOpens inMenu([&](QMenu* menu) {
+      topRows = static_cast<int>(menu->actions().size());
+      QAction* recent = ActionWithText(menu, LanguageManager::GetString(u"Menu.RecentFiles"));
+      QVERIFY(recent && recent->menu());
+      menu->setActiveAction(recent);
+      XKey(display, XK_Right);
+      QVERIFY(QTest::qWaitFor([&] { return QApplication::activePopupWidget() == recent->menu(); },
+                              kWaitMs));
+      // Down until the second entry is the highlighted one.
+      QMenu* files = recent->menu();
+      for (int step = 0;
+           step < 3 &&
+           !(files->activeAction() && files->activeAction()->data().toInt() == ID_RECENT_FIRST + 1);
+           ++step) {
+        QAction* before = files->activeAction();
+        XKey(display, XK_Down);
+        QVERIFY(QTest::qWaitFor([&] { return files->activeAction() != before; }, kWaitMs));
+      }
+      QVERIFY(files->activeAction() &&
+              files->activeAction()->data().toInt() == ID_RECENT_FIRST + 1);
+      XKey(display, XK_Return);
+    });
+    const QPoint picture =
+        window->videoWindow()->mapToGlobal(window->videoWindow()->rect().center());
+    XRightClick(display, picture);
+    QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(window->graph()->CurrentPath(), clips[0], kWaitMs);
+    QVERIFY(QApplication::activePopupWidget() == nullptr);
+    QCOMPARE(topRows, 27);
+    // Return belonged to the menu: the window stayed as it was.
+    QVERIFY(!window->fullscreen());
+
+    // With no popup open, Return is the window's fullscreen key again.
+    QVERIFY(test::ActivatePlayer(window));
+    XKey(display, XK_Return);
+    QTRY_VERIFY_WITH_TIMEOUT(window->fullscreen(), kWaitMs);
+  }
+
+  void escapeClosesTheMenuAndLeavesTheWindow() {
+    Display* display = test::XTestDisplay();
+    if (display == nullptr) QSKIP("needs an X11 display with XTEST");
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    QVERIFY(test::ActivatePlayer(window));
+    WhenMenuOpens inMenu([&](QMenu*) { XKey(display, XK_Escape); });
+    XRightClick(display, window->videoWindow()->mapToGlobal(QPoint(40, 40)));
+    QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QApplication::activePopupWidget() == nullptr, kWaitMs);
+    QVERIFY(!window->isMinimized());
+  }
+
+  void contextMenuLooksDark() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    // The open context menu beside its speed submenu (a checked row) and its
+    // A-B submenu (a greyed row), at 1x.
+    QImage image;
+    WhenMenuOpens inMenu([&](QMenu* menu) {
+      const QImage top = menu->grab().toImage();
+      auto sub = [&](const char16_t* key) {
+        for (QAction* action : menu->actions()) {
+          if (action->menu() &&
+              action->text().startsWith(
+                  LanguageManager::GetString(key).section(u'(', 0, 0).trimmed())) {
+            action->menu()->adjustSize();
+            return action->menu()->grab().toImage();
+          }
+        }
+        return QImage();
+      };
+      const QImage speed = sub(u"Menu.SpeedSubmenuFormat");
+      const QImage repeat = sub(u"Menu.ABRepeat");
+      // The upper rows hold all of it and keep the picture small.
+      image = QImage(top.width() + speed.width() + repeat.width(), 240, QImage::Format_RGB32);
+      image.fill(Qt::black);
+      QPainter painter(&image);
+      painter.drawImage(0, 0, top);
+      painter.drawImage(top.width(), 0, speed);
+      painter.drawImage(top.width() + speed.width(), 0, repeat);
+      painter.end();
+      menu->close();
+    });
+    QTimer::singleShot(0, window,
+                       [window] { window->ShowContextMenu(window->mapToGlobal(QPoint(20, 20))); });
+    QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
+    QVERIFY(!image.isNull());
+    QCOMPARE(image.pixelColor(image.width() - 2, 20), chrome::kMenuBackground);
+    QString why;
+    QVERIFY2(test::MatchesGolden(image, QStringLiteral("app/golden/context_menu_1x.png"), &why),
+             qPrintable(why));
+  }
+
+  void trackMenusStandAboveTheirPointAndChooseTracks() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    QVERIFY(window->OpenFile(test::FixturePath(QStringLiteral("multitrack.mkv"))));
+    GraphManager* graph = window->graph();
+    QCOMPARE(graph->GetAudioTrackCount(), 2);
+    QCOMPARE(graph->GetSubtitleTrackCount(), 2);
+
+    // The toolbar's chip sends its top corner; the menu's bottom stands there.
+    const QPoint anchor = window->mapToGlobal(QPoint(60, window->height() - 30));
+    QStringList rows;
+    QRect shown;
+    QList<bool> checks;
+    WhenMenuOpens inMenu([&](QMenu* menu) {
+      shown = menu->geometry();
+      for (QAction* action : menu->actions()) {
+        rows << action->text();
+        checks << action->isChecked();
+      }
+      menu->close();
+    });
+    window->PostPlayerMessage(WM_PLAYER_AUDIO_MENU, anchor.x(), anchor.y());
+    QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(checks,
+             (QList<bool>{graph->GetCurrentAudioTrack() == 0, graph->GetCurrentAudioTrack() == 1}));
+    QCOMPARE(shown.bottom() + 1, anchor.y());
+    QCOMPARE(shown.left(), anchor.x());
+
+    // The second stream: chosen, the renderer on, the next menu checks it.
+    window->OnCommand(ID_SUBTITLE_TRACK_FIRST + 1);
+    QCOMPARE(window->embeddedSubtitleIndex(), 1);
+    QCOMPARE(Settings::GetDwordOr(setting::kSubtitleEnabled, 0), 1u);
+    const std::unique_ptr<QMenu> subtitles = window->BuildSubtitleMenu();
+    QAction* second = nullptr;
+    for (QAction* action : subtitles->actions()) {
+      if (action->data().toInt() == ID_SUBTITLE_TRACK_FIRST + 1) second = action;
+    }
+    QVERIFY(second && second->isChecked());
+    // Out of range: nothing changes.
+    window->OnCommand(ID_SUBTITLE_TRACK_LAST);
+    QCOMPARE(window->embeddedSubtitleIndex(), 1);
+  }
+
+  void darkStyleRowsAndEveryMenuTakesIt() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    chrome::DarkMenuStyle style;
+    struct Row {
+      QStyle::State state;
+      QColor fill;
+    };
+    // A greyed row under the pointer keeps the plain background.
+    const Row rows[] = {{QStyle::State_Enabled, chrome::kMenuBackground},
+                        {QStyle::State_Enabled | QStyle::State_Selected, chrome::kMenuSelection},
+                        {QStyle::State_Selected, chrome::kMenuBackground}};
+    for (const Row& row : rows) {
+      QImage image(120, chrome::DarkMenuStyle::ItemHeight(), QImage::Format_RGB32);
+      image.fill(Qt::red);
+      QStyleOptionMenuItem option;
+      option.rect = image.rect();
+      option.state = row.state;
+      option.text = QStringLiteral("&Row\tX");
+      option.font = QApplication::font();
+      QPainter painter(&image);
+      style.drawControl(QStyle::CE_MenuItem, &option, &painter);
+      painter.end();
+      QCOMPARE(image.pixelColor(image.width() - 2, 1), row.fill);
+    }
+    QCOMPARE(chrome::DarkMenuStyle::DrawnParts(QStringLiteral("&&a&b\tc\td")),
+             (QStringList{QStringLiteral("ab"), QStringLiteral("c")}));
+
+    // Menus nobody styled by hand: a line edit's own context menu.
+    QLineEdit edit(window);
+    const std::unique_ptr<QMenu> editMenu(edit.createStandardContextMenu());
+    editMenu->ensurePolished();
+    QVERIFY(dynamic_cast<chrome::DarkMenuStyle*>(editMenu->style()) != nullptr);
+  }
+
+ private:
+  std::unique_ptr<test::TempHome> home_;
+};
+
+}  // namespace zelvaro
+
+QTEST_MAIN(zelvaro::MainWindowMenusTest)
+#include "main_window_menus_test.moc"
