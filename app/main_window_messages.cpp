@@ -119,8 +119,8 @@ qintptr MainWindow::OnPlayerMessage(int message, qintptr wParam, qintptr lParam)
       return 0;
     case WM_PLAYER_GET_POSITION_MS:
       return graph_ ? static_cast<qintptr>(graph_->GetPosition() * 1000) : 0;
-    // The playlist and control panel toggles need their panels; the lyrics and album-art results come through their hooks as
-    // owned values, never as numbers.
+    // The playlist and control panel toggles need their panels; the lyrics and album-art results
+    // come through their hooks as owned values, never as numbers.
     default:
       return 0;
   }

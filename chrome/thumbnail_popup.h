@@ -2,9 +2,9 @@
 // ThumbnailPopup: the small window above the seek bar with the picture and
 // the time of the point under the mouse. A tool-tip window of the toolbar,
 // which makes it once previews are on (ahead of the first hover) and owns
-// it; it never takes the focus or the mouse. It keeps the last picture it was given, so a point whose picture is
-// still being decoded shows the previous one (or only the time). Interface
-// thread only; pictures are QImage values.
+// it; it never takes the focus or the mouse. It keeps the last picture it was given, so a point
+// whose picture is still being decoded shows the previous one (or only the time). Interface thread
+// only; pictures are QImage values.
 
 #include "chrome/tooltip_window.h"
 
