@@ -1,13 +1,12 @@
 #include "chrome/popup_placement.h"
 
+#include "chrome/design_length.h"
+
 #include <algorithm>
 
 namespace zelvaro::chrome {
 namespace {
 
-int S(int designLength, float scale) {
-  return static_cast<int>(designLength * scale);
-}
 // QRect's right() and bottom() are inclusive; the design's edges are not.
 int RightEdge(const QRect& r) {
   return r.x() + r.width();
@@ -20,17 +19,17 @@ int BottomEdge(const QRect& r) {
 
 QPoint TooltipPosition(QPoint cursor, QSize size, const QRect& work, float scale) {
   int x = cursor.x();
-  int y = cursor.y() + S(18, scale);
-  if (x + size.width() > RightEdge(work)) x = cursor.x() - S(4, scale) - size.width();
+  int y = cursor.y() + ScaledLength(18, scale);
+  if (x + size.width() > RightEdge(work)) x = cursor.x() - ScaledLength(4, scale) - size.width();
   x = std::max(x, work.left());
-  if (y + size.height() > BottomEdge(work)) y = cursor.y() - S(4, scale) - size.height();
+  if (y + size.height() > BottomEdge(work)) y = cursor.y() - ScaledLength(4, scale) - size.height();
   y = std::max(y, work.top());
   return {x, y};
 }
 
 QPoint PreviewPopupPosition(int x, int seekTopY, QSize size, const QRect& work, float scale) {
   int left = x - size.width() / 2;
-  int top = seekTopY - S(5, scale) - size.height();
+  int top = seekTopY - ScaledLength(5, scale) - size.height();
   left = std::max(left, work.left());
   if (left + size.width() > RightEdge(work)) left = RightEdge(work) - size.width();
   top = std::max(top, work.top());

@@ -1,5 +1,7 @@
 #include "chrome/title_bar_geometry.h"
 
+#include "chrome/design_length.h"
+
 #include <algorithm>
 
 namespace zelvaro::chrome {
@@ -17,10 +19,6 @@ constexpr int kButtonGap = 2;
 constexpr int kPinExtraGap = 12;  // sets the pin and settings apart from the window buttons
 constexpr int kResizeBand = 8;
 
-int S(int designLength, float scale) {
-  return static_cast<int>(designLength * scale);
-}
-
 }  // namespace
 
 TitleBarLayout TitleBarGeometry(QSize size, float scale, bool hasLogo) {
@@ -28,31 +26,32 @@ TitleBarLayout TitleBarGeometry(QSize size, float scale, bool hasLogo) {
   const int h = size.height();
   TitleBarLayout layout;
 
-  int textLeft = S(kTextLeftWithoutLogo, scale);
+  int textLeft = ScaledLength(kTextLeftWithoutLogo, scale);
   if (hasLogo) {
-    const int side = h - S(kLogoInset, scale);
+    const int side = h - ScaledLength(kLogoInset, scale);
     if (side > 0) {
-      layout.logo = QRect(S(kLogoX, scale), (h - side) / 2, side, side);
-      textLeft = S(kLogoX, scale) + side + S(kTextGap, scale);
+      layout.logo = QRect(ScaledLength(kLogoX, scale), (h - side) / 2, side, side);
+      textLeft = ScaledLength(kLogoX, scale) + side + ScaledLength(kTextGap, scale);
     }
   }
-  const int textRight = w - S(kTextEndFromRight, scale);  // exclusive
+  const int textRight = w - ScaledLength(kTextEndFromRight, scale);  // exclusive
   layout.text = QRect(textLeft, 0, std::max(0, textRight - textLeft), h);
 
-  const int side = S(kButtonSide, scale);
+  const int side = ScaledLength(kButtonSide, scale);
   const int top = (h - side) / 2;
-  const int gap = S(kButtonGap, scale);
+  const int gap = ScaledLength(kButtonGap, scale);
   // Right edges are exclusive, as the design measures them.
   auto placeLeftOf = [&](int rightEdge) { return QRect(rightEdge - side, top, side, side); };
   auto& b = layout.buttons;
-  b[kTitleBarClose] = placeLeftOf(w - S(kCloseRightMargin, scale));
+  b[kTitleBarClose] = placeLeftOf(w - ScaledLength(kCloseRightMargin, scale));
   b[kTitleBarFullscreen] = placeLeftOf(b[kTitleBarClose].left() - gap);
   b[kTitleBarMaximize] = placeLeftOf(b[kTitleBarFullscreen].left() - gap);
   b[kTitleBarMinimize] = placeLeftOf(b[kTitleBarMaximize].left() - gap);
-  b[kTitleBarPin] = placeLeftOf(b[kTitleBarMinimize].left() - S(kPinExtraGap, scale) - gap);
+  b[kTitleBarPin] =
+      placeLeftOf(b[kTitleBarMinimize].left() - ScaledLength(kPinExtraGap, scale) - gap);
   b[kTitleBarSettings] = placeLeftOf(b[kTitleBarPin].left() - gap);
 
-  const int iconSide = S(kIconSide, scale);
+  const int iconSide = ScaledLength(kIconSide, scale);
   for (int i = 0; i < kTitleBarButtonCount; ++i) {
     const QRect& button = b[i];
     layout.icons[i] = QRect(button.left() + (button.width() - iconSide) / 2,
@@ -69,7 +68,7 @@ int TitleBarButtonAt(const TitleBarLayout& layout, QPoint point) {
 }
 
 Qt::Edges TitleBarResizeEdges(QPoint pointInWindow, QSize windowSize, float scale) {
-  const int band = S(kResizeBand, scale);
+  const int band = ScaledLength(kResizeBand, scale);
   Qt::Edges edges;
   if (pointInWindow.y() < band) edges |= Qt::TopEdge;
   if (pointInWindow.x() < band) edges |= Qt::LeftEdge;

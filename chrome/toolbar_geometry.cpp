@@ -1,5 +1,7 @@
 #include "chrome/toolbar_geometry.h"
 
+#include "chrome/design_length.h"
+
 #include <algorithm>
 
 namespace zelvaro::chrome {
@@ -65,7 +67,7 @@ bool ContainsWithEdges(const QRect& rect, QPoint point) {
 
 ToolbarGeometry ComputeToolbarGeometry(int width, float scale, bool hasVideo,
                                        std::span<const int> chipTextWidths) {
-  auto s = [scale](int designLength) { return static_cast<int>(designLength * scale); };
+  auto s = [scale](int designLength) { return ScaledLength(designLength, scale); };
   // The width is scaled too before the comparison, so at any scale the
   // thresholds read as bare pixels of the client width.
   auto wide = [&](int threshold) { return static_cast<int>(width * scale) >= s(threshold); };
