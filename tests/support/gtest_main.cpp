@@ -9,10 +9,15 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstring>
 #include <optional>
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_ALL, "");
+  // As the program does: non-ASCII paths need a UTF-8 locale in C libraries.
+  const char* locale = std::setlocale(LC_ALL, "");
+  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
+    std::setlocale(LC_ALL, "C.UTF-8");
+  }
   QCoreApplication application(argc, argv);
   testing::InitGoogleTest(&argc, argv);
   // A child process that a test starts to work on the test's own files says
