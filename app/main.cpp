@@ -3,15 +3,14 @@
 #include "app/main_window.h"
 #include "engine/gst_ref.h"
 #include "foundation/language_manager.h"
+#include "foundation/text_conversion.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 
-#include <clocale>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <thread>
 
 namespace {
@@ -32,11 +31,6 @@ int PrintInformation(const zelvaro::CommandLine& commandLine) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  // Non-ASCII paths need the user's locale, not "C", in the C libraries we use.
-  const char* locale = std::setlocale(LC_ALL, "");
-  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
-    std::setlocale(LC_ALL, "C.UTF-8");
-  }
   QStringList words;
   for (int i = 1; i < argc; ++i) words << QFile::decodeName(argv[i]);
   const zelvaro::CommandLine commandLine = zelvaro::ParseArguments(words, QDir::currentPath());
@@ -51,6 +45,7 @@ int main(int argc, char* argv[]) {
   // window, instead of in front of the first file.
   std::thread warmUp(&zelvaro::WarmUpGStreamer);
   QApplication application(argc, argv);
+  zelvaro::UseUtf8CLocale();
   QApplication::setApplicationName(QStringLiteral("zelvaro"));
   QApplication::setDesktopFileName(QStringLiteral("zelvaro"));
 

@@ -1,5 +1,8 @@
 #include "foundation/text_conversion.h"
 
+#include <clocale>
+#include <cstring>
+
 namespace zelvaro {
 
 std::string WideToUtf8(QStringView text) {
@@ -16,6 +19,13 @@ QString Utf8ToWide(std::string_view text) {
 QString Utf8CStrToWide(const char* text) {
   if (text == nullptr || *text == '\0') return {};
   return QString::fromUtf8(text);
+}
+
+void UseUtf8CLocale() {
+  const char* locale = std::setlocale(LC_ALL, "");
+  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0) {
+    std::setlocale(LC_ALL, "C.UTF-8");
+  }
 }
 
 }  // namespace zelvaro

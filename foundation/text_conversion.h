@@ -16,4 +16,10 @@ QString Utf8ToWide(std::string_view text);
 // Null or empty gives an empty string.
 QString Utf8CStrToWide(const char* text);
 
+// C libraries (MediaInfo, the C runtime's wide conversions) turn names into
+// bytes by the C locale. The application object sets it from the environment,
+// which on a bare system is "C"; call this after making that object so
+// non-ASCII names still pass.
+void UseUtf8CLocale();
+
 }  // namespace zelvaro
