@@ -21,6 +21,8 @@
 // place after a move).
 
 #include "app/album_art_hook.h"
+#include "app/file_analysis.h"
+#include "app/file_info_window.h"
 #include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
 #include "app/menu_models.h"
@@ -90,6 +92,16 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
 
   // Applies what the options pages change.
   void ApplySettings();
+  // main_window_options.cpp. A language switch reaches every window as
+  // QEvent::LanguageChange (SwitchLanguage in panels/options_page.h); here
+  // the window's own texts, the bars' tips on show and the report window
+  // take the new language at once.
+  void RefreshTexts();
+  // main_window_file_info.cpp: the report of the open file, made off the
+  // interface thread; an OSD line when there is nothing to show.
+  void ShowFileInfo();
+  FileInfoWindow* fileInfoWindow() const { return fileInfoWindow_; }
+  bool FileAnalysisRunning() const { return fileAnalysis_.Running(); }
 
   // main_window_menus.cpp. The menus are built at each opening and run
   // modally; the choice goes to OnCommand. Points are global; the subtitle
@@ -141,6 +153,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
+  void changeEvent(QEvent* event) override;
 
  private:
   // The path of list item `index`, made the list's current item; empty for
@@ -184,6 +197,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void ClearAlbumArt();
   void ToggleLyricsPanel();
   void UpdateTitleBarName();
+
+  // main_window_file_info.cpp
+  void OnFileAnalysis(const FileAnalysisResult& result);
+  FileAnalysis fileAnalysis_;
+  QPointer<FileInfoWindow> fileInfoWindow_;
 
   // main_window_commands.cpp
   void RunCommand(int id);

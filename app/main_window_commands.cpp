@@ -277,6 +277,9 @@ void MainWindow::RunCommand(int id) {
     case ID_SETTINGS:
       ShowOptions();
       break;
+    case ID_FILE_INFO:
+      ShowFileInfo();
+      break;
     case ID_ABOUT: {
       AboutDialog about(this);
       about.exec();
@@ -571,11 +574,6 @@ void MainWindow::ClearFavoriteGroup(int group) {
   if (group < 0 || group >= static_cast<int>(favorites.Groups().size())) return;
   favorites.ClearGroup(group);
   ShowOsd(LanguageManager::GetString(u"OSD.FavoritesGroupClear"), kOsdMs);
-}
-
-void MainWindow::ShowOptions() {
-  // The options pages write the settings; what they change is applied here.
-  ApplySettings();
 }
 
 void MainWindow::ApplySettings() {

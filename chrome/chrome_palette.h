@@ -84,4 +84,18 @@ inline constexpr QColor kTooltipBackground = Rgb(0xFFF299);
 inline constexpr QColor kTooltipFrame = Rgb(0x000000);
 inline constexpr QColor kTooltipText = Rgb(0x000000);
 
+// Dialogs and tool windows (options, file information): the menus' dark.
+inline constexpr QColor kDialogBackground = Rgb(0x2D2D2D);
+inline constexpr QColor kDialogBase = Rgb(0x1E1E1E);  // text fields, lists
+inline constexpr QColor kDialogButton = Rgb(0x3D3D3D);
+inline constexpr QColor kDialogText = Rgb(0xE0E0E0);
+inline constexpr QColor kDialogTextDisabled = Rgb(0x808080);
+inline constexpr QColor kDialogHighlight = Rgb(0x00A2E8);
+inline constexpr QColor kDialogHighlightedText = Rgb(0xFFFFFF);
+// The options dialog's page list: entries on the base, a frame around each.
+inline constexpr QColor kOptionsEntry = Rgb(0x262626);
+inline constexpr QColor kOptionsEntryHovered = Rgb(0x333840);
+inline constexpr QColor kOptionsEntrySelected = Rgb(0x1E4A66);
+inline constexpr QColor kOptionsEntryFrame = Rgb(0x4A4A4A);
+
 }  // namespace zelvaro::chrome

@@ -8,6 +8,7 @@
 #include "foundation/language_manager.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QFontMetrics>
 #include <QMouseEvent>
 #include <QPainter>
@@ -333,6 +334,13 @@ void TitleBarWindow::UpdateHover(QPoint position, QPoint global) {
   if (button >= 0 && !fullscreen_ && QApplication::mouseButtons() == Qt::NoButton) {
     tooltip_->Show(global, TooltipText(button));
   }
+}
+
+void TitleBarWindow::RefreshTexts() {
+  if (tooltip_->IsShown() && hoverButton_ >= 0) {
+    tooltip_->Show(QCursor::pos(), TooltipText(hoverButton_));
+  }
+  update();
 }
 
 QString TitleBarWindow::TooltipText(int button) const {

@@ -64,6 +64,8 @@ class TitleBarWindow : public QWidget {
   int HoverButton() const { return hoverButton_; }
   int PressedButton() const { return pressedButton_; }
   const TooltipWindow* Tooltip() const { return tooltip_; }
+  // After a language switch: a tip on show takes the new text at once.
+  void RefreshTexts();
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -85,6 +85,8 @@ class ToolbarWindow : public QWidget {
   QRect SpeedChipRect() const { return speedChipRect_; }
   QRect AudioChipRect() const { return audioChipRect_; }
   const TooltipWindow* Tooltip() const { return tooltip_; }
+  // After a language switch: a tip on show takes the new text at once.
+  void RefreshTexts();
   ThumbnailPopup* Popup() const { return popup_; }
   QMenu* SpeedMenu() const { return speedMenu_; }
 

@@ -11,6 +11,7 @@
 #include "chrome/tooltip_window.h"
 #include "foundation/language_manager.h"
 
+#include <QCursor>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QTimer>
@@ -257,6 +258,13 @@ void ToolbarWindow::ActivateButton(int index) {
     return;
   }
   Send(kButtonActions[index].message);
+}
+
+void ToolbarWindow::RefreshTexts() {
+  if (tooltip_->IsShown() && hoverButton_ >= 0) {
+    tooltip_->Show(QCursor::pos(), ButtonTooltip(hoverButton_, state_));
+  }
+  update();
 }
 
 void ToolbarWindow::OpenSpeedMenu(QPoint global) {

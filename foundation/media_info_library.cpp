@@ -64,8 +64,11 @@ struct Functions {
   GetFn get = nullptr;
 };
 
+constexpr const char* kLibraryName = "libmediainfo.so.0";
+
 std::mutex loadMutex;
 void* module = nullptr;
+const char* libraryName = kLibraryName;
 Functions functions;
 
 std::wstring Wide(const QString& text) {
@@ -109,7 +112,7 @@ QString GeneralValue(const Analysis& analysis, const wchar_t* parameter) {
 int Load() {
   std::lock_guard lock(loadMutex);
   if (module) return 1;
-  void* handle = dlopen("libmediainfo.so.0", RTLD_NOW | RTLD_LOCAL);
+  void* handle = dlopen(libraryName, RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     Trace("MediaInfo: %s", dlerror());
     return -1;
@@ -129,6 +132,12 @@ int Load() {
   functions.get = reinterpret_cast<GetFn>(dlsym(handle, "MediaInfo_Get"));
   module = handle;
   return 1;
+}
+
+void SetLibraryNameForTesting(const char* name) {
+  std::lock_guard lock(loadMutex);
+  libraryName = name ? name : kLibraryName;
+  module = nullptr;
 }
 
 QString Inform(const QString& path, AnalysisError* error) {

@@ -29,6 +29,11 @@ struct GeneralTags {
   QString durationMs;  // as the library writes it
 };
 
+// Binds another library name from the next Load on (nullptr: the usual
+// one); a library bound already is let go, not unloaded. Tests only: a name
+// that does not exist stands for a system without the library.
+void SetLibraryNameForTesting(const char* name);
+
 // Title, Performer and Duration of the general stream; nothing when the
 // library cannot be loaded or the file cannot be opened.
 std::optional<GeneralTags> ReadGeneralTags(const QString& path);
