@@ -21,9 +21,9 @@
 // place after a move).
 
 #include "app/album_art_hook.h"
+#include "app/favorite_run.h"
 #include "app/file_analysis.h"
 #include "app/file_info_window.h"
-#include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
 #include "app/menu_models.h"
 #include "app/messages.h"
