@@ -11,6 +11,8 @@
 #include <QSlider>
 #include <QVBoxLayout>
 
+#include <tuple>
+
 namespace zelvaro {
 namespace {
 
