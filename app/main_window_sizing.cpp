@@ -1,0 +1,77 @@
+// MainWindow: the sizing commands and the tool windows docked beside it.
+
+#include "app/dpi.h"
+#include "app/main_window.h"
+#include "engine/graph_manager.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace zelvaro {
+
+QRect MainWindow::WorkAreaNear(const QRect& rect) const {
+  const QScreen* monitor = QGuiApplication::screenAt(rect.center());
+  if (monitor == nullptr) monitor = screen();
+  if (monitor == nullptr) monitor = QGuiApplication::primaryScreen();
+  return monitor != nullptr ? monitor->availableGeometry() : QRect();
+}
+
+void MainWindow::CenterAndPlace(QSize size) {
+  // A maximized window is sized from the rectangle it restores to.
+  QRect from = geometry();
+  if (windowState() & Qt::WindowMaximized) {
+    if (normalGeometry_.isValid()) from = normalGeometry_;
+    showNormal();
+  }
+  setGeometry(zelvaro::CenterAndPlace(from, size, WorkAreaNear(from)));
+}
+
+void MainWindow::SizeToVideo(int percent) {
+  if (!graph_ || fullscreen_) return;
+  int width = 0;
+  int height = 0;
+  if (!graph_->GetVideoSize(&width, &height)) return;
+  const QSize video = DisplayedVideoSize(QSize(width, height), graph_->Rotation());
+  CenterAndPlace(WindowSizeForVideo(video, percent, Layout()));
+}
+
+void MainWindow::SizeToMonitor(int percent) {
+  if (!graph_ || fullscreen_) return;
+  int width = 0;
+  int height = 0;
+  if (!graph_->GetVideoSize(&width, &height)) return;
+  const QSize video = DisplayedVideoSize(QSize(width, height), graph_->Rotation());
+  const QRect work = WorkAreaNear(geometry());
+  CenterAndPlace(WindowSizeForMonitor(video, work.size(), percent, Layout()));
+}
+
+void MainWindow::FitToPercent(int percent) {
+  if (fullscreen_) LeaveFullscreen();
+  int width = 0;
+  int height = 0;
+  if (graph_ && graph_->GetVideoSize(&width, &height)) {
+    SizeToVideo(percent);
+    return;
+  }
+  CenterAndPlace(WindowSizeWithoutVideo(WorkAreaNear(geometry()).size(), percent));
+}
+
+PanelDock* MainWindow::AddDockedPanel(QWidget* panel, bool follows, PanelSettingNames names) {
+  docks_.push_back(std::make_unique<PanelDock>(panel, follows, names));
+  return docks_.back().get();
+}
+
+void MainWindow::UpdateDockedSnapStates() {
+  for (const auto& dock : docks_) dock->UpdateSnapState(geometry(), DpiScale);
+}
+
+void MainWindow::FollowDockedPanels() {
+  if (fullscreen_ || docks_.empty()) return;
+  // Read at each move: the options may have changed it meanwhile.
+  const bool heightSync = Settings::GetDwordOr(setting::kPlaylistHeightSync, 1) != 0;
+  for (const auto& dock : docks_) dock->Follow(geometry(), heightSync);
+}
+
+}  // namespace zelvaro
