@@ -19,7 +19,7 @@
 // timers), main_window_messages.cpp (the player's messages, drag and drop),
 // main_window_menus.cpp (the popup menus), main_window_wheel.cpp (the wheel's volume saves, the
 // place after a move) and main_window_sizing.cpp (the sizing commands, the
-// docked panels).
+// magnet, the docked panels).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
@@ -95,6 +95,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // The dock lives as long as the window; the panel stays its owner's.
   PanelDock* AddDockedPanel(QWidget* panel, bool follows, PanelSettingNames names = {});
   const std::vector<std::unique_ptr<PanelDock>>& DockedPanels() const { return docks_; }
+  // True while the window follows the pointer in a move of its own.
+  bool MovingWindow() const { return movingWindow_; }
 
   // The single command dispatcher (commands.h, favorite_menu_ids.h).
   void OnCommand(int id);
@@ -160,6 +162,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   // The path of list item `index`, made the list's current item; empty for
@@ -188,6 +191,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   qintptr SendPlayerMessage(int message, qintptr wParam, qintptr lParam) override;
   void SendCommand(int id) override;
   void ShowContextMenuAt(QPoint globalPos) override;
+  void BeginWindowMove(QWidget* bar, QPoint globalCursor) override;
 
   // main_window_sizing.cpp
   // The work area of the monitor nearest to `rect`.
@@ -196,6 +200,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // Docked panels beside the window as it stands (after a move or a size).
   void FollowDockedPanels();
   void UpdateDockedSnapStates();
+  // The window where the pointer's move has taken it, magnet applied.
+  void MoveWithPointer(QPoint globalCursor);
+  void EndWindowMove();
 
   // main_window_open.cpp
   void OnGraphEvent(long eventCode);
@@ -306,6 +313,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   bool maximizedBeforeFullscreen_ = false;
   QRect geometryBeforeFullscreen_;  // the placement fullscreen gives back
   std::vector<std::unique_ptr<PanelDock>> docks_;
+  bool movingWindow_ = false;
+  QPoint moveStartCursor_;
+  QRect moveStartRect_;
   QTimer positionTimer_;        // 1001: position, A-B loop, lyric line
   QTimer fullscreenBarsTimer_;  // 1005: bars under the cursor in fullscreen
   QTimer frameTimer_;           // 1006: OSD fade, spectrum feed

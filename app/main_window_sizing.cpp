@@ -1,4 +1,6 @@
-// MainWindow: the sizing commands and the tool windows docked beside it.
+// MainWindow: the sizing commands, the window's own move with the magnet
+// that pulls it to the work area's edges, and the tool windows docked
+// beside it.
 
 #include "app/dpi.h"
 #include "app/main_window.h"
@@ -6,8 +8,11 @@
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 
+#include <QApplication>
 #include <QGuiApplication>
+#include <QMouseEvent>
 #include <QScreen>
+#include <QWindow>
 
 namespace zelvaro {
 
@@ -72,6 +77,66 @@ void MainWindow::FollowDockedPanels() {
   // Read at each move: the options may have changed it meanwhile.
   const bool heightSync = Settings::GetDwordOr(setting::kPlaylistHeightSync, 1) != 0;
   for (const auto& dock : docks_) dock->Follow(geometry(), heightSync);
+}
+
+void MainWindow::BeginWindowMove(QWidget* bar, QPoint globalCursor) {
+  if (fullscreen_) return;
+  UpdateDockedSnapStates();
+  // Where the window system moves windows itself (Wayland), or a maximized
+  // window's manager decides, the move is its own: no magnet there.
+  if (!ClientPlacesWindows() || (windowState() & Qt::WindowMaximized)) {
+    ChromeHost::BeginWindowMove(bar, globalCursor);
+    return;
+  }
+  movingWindow_ = true;
+  moveStartCursor_ = globalCursor;
+  moveStartRect_ = geometry();
+  // The pressed bar holds the pointer; its moves and the release are
+  // watched on their way to it.
+  qApp->installEventFilter(this);
+}
+
+void MainWindow::MoveWithPointer(QPoint globalCursor) {
+  // From where the move started, not from the last step: the magnet's pull
+  // is never carried into the next step.
+  QRect moved = moveStartRect_.translated(globalCursor - moveStartCursor_);
+  if (magnetDistance_ > 0) {
+    moved = MagnetRect(moved, WorkAreaNear(moved), static_cast<int>(magnetDistance_ * DpiScale));
+  }
+  if (moved.topLeft() != pos()) move(moved.topLeft());
+}
+
+void MainWindow::EndWindowMove() {
+  if (!movingWindow_) return;
+  movingWindow_ = false;
+  qApp->removeEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (movingWindow_) {
+    switch (event->type()) {
+      case QEvent::MouseMove:
+        if (watched->isWidgetType()) {
+          const auto* mouse = static_cast<QMouseEvent*>(event);
+          if (mouse->buttons() & Qt::LeftButton) {
+            MoveWithPointer(mouse->globalPosition().toPoint());
+          } else {
+            EndWindowMove();
+          }
+          return true;
+        }
+        break;
+      case QEvent::MouseButtonRelease:
+        if (static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) EndWindowMove();
+        break;
+      case QEvent::ApplicationDeactivate:
+        EndWindowMove();
+        break;
+      default:
+        break;
+    }
+  }
+  return QWidget::eventFilter(watched, event);
 }
 
 }  // namespace zelvaro

@@ -1,7 +1,7 @@
 // The real window's sizes and fullscreen: the sizing commands on a known
 // picture, fullscreen and back from a normal and a maximized window with
-// tool windows beside it, a docked panel following the window, and
-// fullscreen from the command line.
+// tool windows beside it, a docked panel following the window, the magnet
+// under a real pointer drag, and fullscreen from the command line.
 
 #include "app/command_line.h"
 #include "app/commands.h"
@@ -13,6 +13,7 @@
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/app/shell_test_support.h"
+#include "tests/app/x_pointer.h"
 
 #include <QDir>
 #include <QScreen>
@@ -202,6 +203,47 @@ class MainWindowSizingTest : public QObject {
     window->setGeometry(500, 150, 700, 500);
     const QRect expected = heightSync ? QRect(200, 150, 300, 500) : QRect(200, 300, 300, 400);
     QTRY_COMPARE_WITH_TIMEOUT(playlist->geometry(), expected, kWaitMs);
+  }
+
+  void magnetPullsADraggedWindowToTheEdge_data() {
+    QTest::addColumn<int>("magnet");
+    QTest::addColumn<int>("landedX");
+    QTest::newRow("magnet 10") << 10 << 0;
+    QTest::newRow("magnet off") << 0 << 9;
+  }
+
+  void magnetPullsADraggedWindowToTheEdge() {
+    QFETCH(int, magnet);
+    QFETCH(int, landedX);
+    Display* display = test::XTestDisplay();
+    if (display == nullptr) QSKIP("needs an X11 display with XTEST");
+    Settings::SetDword(setting::kMagnetDistance, static_cast<uint32_t>(magnet));
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    window->setGeometry(300, 300, 800, 500);
+    QTRY_COMPARE(window->geometry(), QRect(300, 300, 800, 500));
+    QWidget* playlist = MakeToolWindow(window, Right(window->geometry(), 300));
+    window->AddDockedPanel(playlist, true);
+    QVERIFY(QTest::qWaitForWindowExposed(playlist));
+
+    // A grip on the title bar's text, dragged 291 px left: 9 px from the edge.
+    chrome::TitleBarWindow* bar = window->titleBar();
+    const QPoint grip = bar->mapToGlobal(QPoint(bar->width() / 3, bar->height() / 2));
+    test::XMovePointer(display, grip);
+    XTestFakeButtonEvent(display, 1, True, CurrentTime);
+    XFlush(display);
+    // The first motion past the drag threshold starts the move, the next
+    // one carries the window.
+    test::XMovePointer(display, grip - QPoint(20, 0));
+    QTRY_VERIFY_WITH_TIMEOUT(window->MovingWindow(), kWaitMs);
+    test::XMovePointer(display, grip - QPoint(291, 0));
+    QTRY_COMPARE_WITH_TIMEOUT(window->x(), landedX, kWaitMs);
+    XTestFakeButtonEvent(display, 1, False, CurrentTime);
+    XFlush(display);
+    QTRY_VERIFY_WITH_TIMEOUT(!window->MovingWindow(), kWaitMs);
+    QCOMPARE(window->y(), 300);
+    // The docked panel came along.
+    QTRY_COMPARE_WITH_TIMEOUT(playlist->x(), landedX + 800, kWaitMs);
   }
 
   void commandLineStartsFullscreenWithTheFilePlaying() {
