@@ -88,6 +88,8 @@ void MainWindow::BeginWindowMove(QWidget* bar, QPoint globalCursor) {
     ChromeHost::BeginWindowMove(bar, globalCursor);
     return;
   }
+  // Read at each move: the options may have changed it meanwhile.
+  magnetDistance_ = static_cast<int>(Settings::GetDwordOr(setting::kMagnetDistance, 10));
   movingWindow_ = true;
   moveStartCursor_ = globalCursor;
   moveStartRect_ = geometry();
