@@ -46,10 +46,6 @@ QString WelcomeMsg;
 namespace {
 
 // Lengths at 96 DPI, scaled where used.
-constexpr int kBorderWidth = 3;
-constexpr int kTitleBarHeight = chrome::TitleBarWindow::kDesignHeight;
-constexpr int kToolbarHeight = chrome::ToolbarWindow::kDesignHeight;
-constexpr int kResizeBand = 6;
 constexpr QSize kDefaultSize{1200, 816};
 constexpr QSize kMinimumSize{200, 100};
 constexpr QColor kBorderColor{0, 0, 0};
@@ -215,37 +211,37 @@ void MainWindow::RestorePlacement() {
   if (WindowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
 }
 
+MainWindowLayout MainWindow::Layout() const {
+  return ComputeMainWindowLayout(size(), fullscreen_, DpiScale);
+}
+
 void MainWindow::LayoutChildren() {
-  const int w = width();
-  const int h = height();
-  const int t = Scaled(kTitleBarHeight);
-  const int n = Scaled(kToolbarHeight);
+  const MainWindowLayout layout = Layout();
   if (fullscreen_) {
     // The bars are the picture's children here, drawn over it on either
     // renderer path; the hover timer shows and hides them.
     if (videoWindow_) {
-      videoWindow_->setGeometry(0, 0, w, h);
+      videoWindow_->setGeometry(layout.video);
       videoWindow_->lower();
     }
     if (titleBar_) {
-      titleBar_->setGeometry(0, 0, w, t);
+      titleBar_->setGeometry(layout.titleBar);
       titleBar_->setVisible(showTitleBar_);
       if (showTitleBar_) titleBar_->raise();
     }
     if (toolbar_) {
-      toolbar_->setGeometry(0, h - n, w, n);
+      toolbar_->setGeometry(layout.toolbar);
       toolbar_->setVisible(showToolbar_);
       if (showToolbar_) toolbar_->raise();
     }
   } else {
-    const int b = Scaled(kBorderWidth);
     if (titleBar_) {
-      titleBar_->setGeometry(b, b, w - 2 * b, t);
+      titleBar_->setGeometry(layout.titleBar);
       titleBar_->show();
     }
-    if (videoWindow_) videoWindow_->setGeometry(b, b + t, w - 2 * b, h - 2 * b - n - t);
+    if (videoWindow_) videoWindow_->setGeometry(layout.video);
     if (toolbar_) {
-      toolbar_->setGeometry(b, h - b - n, w - 2 * b, n);
+      toolbar_->setGeometry(layout.toolbar);
       toolbar_->show();
     }
   }
@@ -275,9 +271,10 @@ void MainWindow::resizeEvent(QResizeEvent*) {
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
   if (fullscreen_ || width() < 1 || height() < 1) return;
+  FollowDockedPanels();
   if (sizeOsdArmed_) {
     // The video area, not the window: that is what the user sizes to.
-    const QSize area = videoWindow_ ? videoWindow_->size() : size();
+    const QSize area = Layout().video.size();
     ShowOsd(QString::asprintf("%d × %d", area.width(), area.height()), kSizeOsdMs);
   } else {
     // Restarted by every size change, so the settling sizes of start-up
@@ -289,7 +286,7 @@ void MainWindow::resizeEvent(QResizeEvent*) {
 void MainWindow::paintEvent(QPaintEvent*) {
   if (fullscreen_) return;
   QPainter painter(this);
-  const int b = Scaled(kBorderWidth);
+  const int b = Layout().border;
   const QRect all = rect();
   painter.fillRect(QRect(0, 0, all.width(), b), kBorderColor);
   painter.fillRect(QRect(0, all.height() - b, all.width(), b), kBorderColor);
@@ -329,7 +326,11 @@ void MainWindow::mousePressEvent(QMouseEvent* event) {
     return;
   }
   const Qt::Edges edges = ResizeEdgesAt(event->position().toPoint());
-  if (edges && windowHandle()) windowHandle()->startSystemResize(edges);
+  if (edges && windowHandle()) {
+    // A panel the user put against the window counts as docked from here on.
+    UpdateDockedSnapStates();
+    windowHandle()->startSystemResize(edges);
+  }
 }
 
 void MainWindow::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -411,6 +412,10 @@ void MainWindow::ToggleFullscreen() {
 void MainWindow::EnterFullscreen() {
   if (fullscreen_) return;
   maximizedBeforeFullscreen_ = (windowState() & Qt::WindowMaximized) != 0;
+  // A maximized window comes back maximized over the normal rectangle it
+  // had, so the next restore still finds it.
+  geometryBeforeFullscreen_ =
+      maximizedBeforeFullscreen_ && normalGeometry_.isValid() ? normalGeometry_ : geometry();
   fullscreen_ = true;
   showTitleBar_ = false;
   showToolbar_ = false;
@@ -419,6 +424,7 @@ void MainWindow::EnterFullscreen() {
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
   showFullScreen();
+  for (const auto& dock : docks_) dock->HideForFullscreen();
   fullscreenBarsTimer_.start(kFullscreenBarsPeriodMs);
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
@@ -431,13 +437,18 @@ void MainWindow::LeaveFullscreen() {
   showTitleBar_ = true;
   showToolbar_ = true;
   DockBars(false);
-  if (maximizedBeforeFullscreen_) {
-    showMaximized();
-  } else {
-    showNormal();
-  }
+  // The rectangle first, then the state: a window manager that takes the
+  // state keeps the rectangle as the normal one; one that does not (or none
+  // at all) still shows the window where it was.
+  showNormal();
+  if (geometryBeforeFullscreen_.isValid()) setGeometry(geometryBeforeFullscreen_);
+  if (maximizedBeforeFullscreen_) showMaximized();
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
+  for (const auto& dock : docks_) dock->RestoreAfterFullscreen();
+  // Keys come back to the window, not to a panel shown again. Wayland lets
+  // no client take the focus by itself (and says so on every attempt).
+  if (ClientPlacesWindows()) activateWindow();
   setFocus();
 }
 

@@ -17,8 +17,9 @@
 // (the open and play flow, the end of a file, the workers),
 // main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
 // timers), main_window_messages.cpp (the player's messages, drag and drop),
-// main_window_menus.cpp (the popup menus) and main_window_wheel.cpp (the wheel's volume saves, the
-// place after a move).
+// main_window_menus.cpp (the popup menus), main_window_wheel.cpp (the wheel's volume saves, the
+// place after a move) and main_window_sizing.cpp (the sizing commands, the
+// magnet, the docked panels).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
@@ -27,7 +28,9 @@
 #include "app/lyrics_hook.h"
 #include "app/menu_models.h"
 #include "app/messages.h"
+#include "app/panel_dock.h"
 #include "app/wheel_steps.h"
+#include "app/window_sizing.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
 
@@ -78,6 +81,24 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
 
   void ToggleFullscreen() override;
   void LayoutChildren();
+  // Where the bars and the picture sit in the window as it stands now.
+  MainWindowLayout Layout() const;
+
+  // main_window_sizing.cpp. The window sized to the picture at `percent`,
+  // to `percent` of the work area, or (keys 1 to 6, leaving fullscreen
+  // first) to the picture or, without one, to the work area; each keeps the
+  // window's centre where the work area allows. Nothing in fullscreen, and
+  // nothing without a picture but FitToPercent.
+  void SizeToVideo(int percent);
+  void SizeToMonitor(int percent);
+  void FitToPercent(int percent);
+  // A tool window the window keeps: hidden through fullscreen and given
+  // back after it, and with `follows` docked to a side and moved along.
+  // The dock lives as long as the window; the panel stays its owner's.
+  PanelDock* AddDockedPanel(QWidget* panel, bool follows, PanelSettingNames names = {});
+  const std::vector<std::unique_ptr<PanelDock>>& DockedPanels() const { return docks_; }
+  // True while the window follows the pointer in a move of its own.
+  bool MovingWindow() const { return movingWindow_; }
 
   // The single command dispatcher (commands.h, favorite_menu_ids.h).
   void OnCommand(int id);
@@ -154,6 +175,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void dropEvent(QDropEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
   void changeEvent(QEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   // The path of list item `index`, made the list's current item; empty for
@@ -182,6 +204,18 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   qintptr SendPlayerMessage(int message, qintptr wParam, qintptr lParam) override;
   void SendCommand(int id) override;
   void ShowContextMenuAt(QPoint globalPos) override;
+  void BeginWindowMove(QWidget* bar, QPoint globalCursor) override;
+
+  // main_window_sizing.cpp
+  // The work area of the monitor nearest to `rect`.
+  QRect WorkAreaNear(const QRect& rect) const;
+  void CenterAndPlace(QSize size);
+  // Docked panels beside the window as it stands (after a move or a size).
+  void FollowDockedPanels();
+  void UpdateDockedSnapStates();
+  // The window where the pointer's move has taken it, magnet applied.
+  void MoveWithPointer(QPoint globalCursor);
+  void EndWindowMove();
 
   // main_window_open.cpp
   void OnGraphEvent(long eventCode);
@@ -295,6 +329,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   bool thumbnailPreview_ = false;
   QRect normalGeometry_;  // the last normal rectangle, for the settings
   bool maximizedBeforeFullscreen_ = false;
+  QRect geometryBeforeFullscreen_;  // the placement fullscreen gives back
+  std::vector<std::unique_ptr<PanelDock>> docks_;
+  bool movingWindow_ = false;
+  QPoint moveStartCursor_;
+  QRect moveStartRect_;
   QTimer positionTimer_;        // 1001: position, A-B loop, lyric line
   QTimer fullscreenBarsTimer_;  // 1005: bars under the cursor in fullscreen
   QTimer frameTimer_;           // 1006: OSD fade, spectrum feed

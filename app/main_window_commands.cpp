@@ -37,6 +37,11 @@ constexpr std::array<double, 12> kSpeedPresets = {0.25, 0.5, 0.75, 0.9, 1.0, 1.1
                                                   1.25, 1.5, 1.75, 2.0, 3.0, 4.0};
 constexpr std::array<double, 7> kFrameRateTargets = {23.976, 24.0, 25.0, 29.97, 30.0, 59.94, 60.0};
 
+constexpr std::array<int, 6> kSizePercents = {25, 50, 75, 100, 150, 200};
+constexpr std::array<int, 4> kMonitorPercents = {30, 45, 60, 75};
+constexpr std::array<const char16_t*, 4> kMonitorOsdKeys = {
+    u"OSD.MonitorSize30", u"OSD.MonitorSize45", u"OSD.MonitorSize60", u"OSD.MonitorSize75"};
+
 constexpr double kMinSpeed = 0.1;
 constexpr double kMaxSpeed = 4.0;
 constexpr double kSpeedStep = 0.1;
@@ -77,6 +82,24 @@ void MainWindow::RunCommand(int id) {
   }
   if (InRange(id, ID_SPEED_FPS_FIRST, ID_SPEED_FPS_LAST)) {
     SetSpeedForFrameRate(kFrameRateTargets[static_cast<size_t>(id - ID_SPEED_FPS_FIRST)]);
+    return;
+  }
+  if (InRange(id, ID_SIZE_FIRST, ID_SIZE_LAST) || InRange(id, ID_KEY_FIT_25, ID_KEY_FIT_200)) {
+    const bool key = id >= ID_KEY_FIT_25;
+    const int percent =
+        kSizePercents[static_cast<size_t>(id - (key ? ID_KEY_FIT_25 : ID_SIZE_FIRST))];
+    if (key) {
+      FitToPercent(percent);
+    } else {
+      SizeToVideo(percent);
+    }
+    ShowOsd(QStringLiteral("%1%").arg(percent), kOsdMs);
+    return;
+  }
+  if (InRange(id, ID_MONITOR_SIZE_FIRST, ID_MONITOR_SIZE_LAST)) {
+    const auto index = static_cast<size_t>(id - ID_MONITOR_SIZE_FIRST);
+    SizeToMonitor(kMonitorPercents[index]);
+    ShowOsd(LanguageManager::GetString(kMonitorOsdKeys[index]), kOsdMs);
     return;
   }
   if (InRange(id, ID_RECENT_FIRST, ID_RECENT_LAST)) {
@@ -322,7 +345,7 @@ void MainWindow::RunCommand(int id) {
       ShowOsd(LanguageManager::GetString(u"OSD.SubtitleDelayReset"), kOsdMs);
       break;
 
-    // Screenshots, sizing to the video and the panels and dialogs (control
+    // Screenshots and the panels and dialogs (control
     // panel, file information, clip cutting, favourites manager) act
     // through pieces this window does not hold yet: they do nothing.
     default:

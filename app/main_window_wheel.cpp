@@ -35,6 +35,7 @@ void MainWindow::moveEvent(QMoveEvent* event) {
   if (!fullscreen_ && !(windowState() & (Qt::WindowMaximized | Qt::WindowMinimized))) {
     normalGeometry_ = geometry();
   }
+  if (!fullscreen_) FollowDockedPanels();
   QWidget::moveEvent(event);
 }
 

@@ -6,6 +6,8 @@
 // are its own. Interface thread only.
 
 #include <QPoint>
+#include <QWidget>
+#include <QWindow>
 #include <QtGlobal>
 
 namespace zelvaro::chrome {
@@ -21,6 +23,14 @@ class ChromeHost {
   virtual void ShowContextMenuAt(QPoint globalPos) = 0;
   // The middle button's gesture, and the title bar's full screen button.
   virtual void ToggleFullscreen() = 0;
+  // The left button went down on an empty part of `bar` at `globalCursor`
+  // and the window is to follow the pointer until it comes up. The host may
+  // move the window itself (to pull it to the screen's edges); without one,
+  // the window system moves it.
+  virtual void BeginWindowMove(QWidget* bar, QPoint globalCursor) {
+    Q_UNUSED(globalCursor);
+    if (QWindow* handle = bar->window()->windowHandle()) handle->startSystemMove();
+  }
 };
 
 }  // namespace zelvaro::chrome

@@ -23,6 +23,8 @@ enum TitleBarButton : int {
   kTitleBarSettings = 5,
 };
 inline constexpr int kTitleBarButtonCount = 6;
+// The bar's height at 96 DPI.
+inline constexpr int kTitleBarDesignHeight = 32;
 
 struct TitleBarLayout {
   QRect logo;  // empty when there is no logo

@@ -247,7 +247,8 @@ void TitleBarWindow::mouseMoveEvent(QMouseEvent* event) {
     if (moveArmed_) {
       if (PastDragThreshold(dragStart_, global)) {
         moveArmed_ = false;
-        if (QWindow* handle = window()->windowHandle()) handle->startSystemMove();
+        // From the press: the window keeps its place under the pointer.
+        host_->BeginWindowMove(this, dragStart_);
       }
       return;
     }
@@ -278,7 +279,7 @@ void TitleBarWindow::DragOutOfMaximized(QPoint global) {
   main->showNormal();
   main->setGeometry(QRect(QPoint(x, y), size));
   update();
-  if (QWindow* handle = main->windowHandle()) handle->startSystemMove();
+  host_->BeginWindowMove(this, global);
 }
 
 void TitleBarWindow::mouseReleaseEvent(QMouseEvent* event) {

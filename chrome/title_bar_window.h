@@ -27,7 +27,7 @@ class TooltipWindow;
 class TitleBarWindow : public QWidget {
   Q_OBJECT
  public:
-  static constexpr int kDesignHeight = 32;
+  static constexpr int kDesignHeight = kTitleBarDesignHeight;
 
   TitleBarWindow(ChromeHost* host, QWidget* parent);
 

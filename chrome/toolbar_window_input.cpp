@@ -135,7 +135,7 @@ void ToolbarWindow::LeftPress(QPoint point, QPoint global) {
   }
   if (!state_.Fullscreen) {
     // The empty bar moves the window, as its title bar would.
-    if (QWindow* handle = window()->windowHandle()) handle->startSystemMove();
+    if (host_) host_->BeginWindowMove(this, global);
   }
 }
 

@@ -495,6 +495,14 @@ void GraphManager::RefreshVideoPosition() {
   RedrawVideo();
 }
 
+bool GraphManager::GetVideoSize(int* width, int* height) const {
+  const QSize size = graph_ ? graph_->NativeVideoSize() : QSize();
+  if (size.width() < 1 || size.height() < 1) return false;
+  *width = size.width();
+  *height = size.height();
+  return true;
+}
+
 void GraphManager::RedrawVideo() {
   if (videoWindowHandle_ != nullptr) videoWindowHandle_->SetBool("cmd_redraw", true);
 }

@@ -124,6 +124,9 @@ class GraphManager {
   bool SetVideoPosition(int left, int top, int width, int height);
   void RefreshVideoPosition();
   void RedrawVideo();
+  // The picture's native size (pixel aspect applied, before any rotation);
+  // false while no frame has told it.
+  bool GetVideoSize(int* width, int* height) const;
 
   // Audio control (audio_control.cpp). Volume 0.0 to 1.0 on a decibel
   // curve (VolumeLevel); true when the graph took it.
