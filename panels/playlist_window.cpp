@@ -128,8 +128,6 @@ void PlaylistWindow::BuildPlaylistTab() {
   playlistList_->onFilesDropped = [this](const QStringList& paths) { AddDroppedFiles(paths); };
   connect(playlistList_, &QWidget::customContextMenuRequested, this,
           [this](QPoint point) { ShowContextMenu(playlistList_->viewport()->mapToGlobal(point)); });
-  connect(playlistList_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-          [this] { update(); });
   if (model_) {
     model_->SetView(this);
     SetRowCount(static_cast<int>(model_->Filtered().size()));
