@@ -170,6 +170,13 @@ void PlaylistWindow::resizeEvent(QResizeEvent*) {
   LayoutChildren();
 }
 
+void PlaylistWindow::moveEvent(QMoveEvent*) {
+  // A move ends wherever the system leaves the window, and the main window
+  // moves a docked panel along: either way the panel is docked while it
+  // touches the main window's side.
+  if (isVisible()) UpdateSnapState();
+}
+
 void PlaylistWindow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const PlaylistPanelLayout layout = Layout();

@@ -11,6 +11,8 @@
 #include "app/messages.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
 #include "library/favorites_database.h"
 #include "library/playlist_model.h"
 #include "panels/panel_list_view.h"
@@ -142,6 +144,28 @@ class PlaylistWindowTest : public QObject {
     list->SelectSingleRow(1, true);
     QTest::keyClick(list, Qt::Key_Delete);
     QCOMPARE(ItemPaths(*window->playlist()), (QStringList{show[0], show[2]}));
+  }
+
+  void placementIsSavedOnHidingAndRestoredOnShowing() {
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    panels::PlaylistWindow* panel = ShowPanel(window);
+    QVERIFY(panel);
+    // SnapDefault: right of the main window, top aligned, docked.
+    QCOMPARE(panel->geometry().topLeft(), QPoint(800, 100));
+    QVERIFY(panel->Snapped());
+    const QRect moved(300, 200, 400, 350);
+    panel->setGeometry(moved);
+    QVERIFY(!panel->Snapped());
+    panel->playlistList()->setFocus();
+    QTest::keyClick(panel->playlistList(), Qt::Key_Escape);
+    QVERIFY(!panel->isVisible());
+    QTRY_COMPARE(Settings::GetDwordOr(setting::kPlaylistVisible, 1), 0u);
+    QCOMPARE(Settings::GetDwordOr(setting::kPlaylistW, 0), 400u);
+    window->OnPlayerMessage(WM_PLAYER_TOGGLE_PLAYLIST);
+    QVERIFY(QTest::qWaitForWindowExposed(panel));
+    QCOMPARE(panel->geometry(), moved);
+    QCOMPARE(Settings::GetDwordOr(setting::kPlaylistVisible, 0), 1u);
   }
 
   void dragOfTwoRowsToTheTopReordersAndIsSaved() {
