@@ -6,7 +6,9 @@
 #include "app/stop_signals.h"
 #include "foundation/language_manager.h"
 #include "foundation/shell_paths.h"
+#include "library/favorites_database.h"
 #include "library/playlist_database.h"
+#include "panels/favorites_dialog.h"
 #include "update/update_checker.h"
 #include "update/update_prompts.h"
 
@@ -49,6 +51,9 @@ bool Application::Initialize(const CommandLine& commandLine) {
     mainWindow_.reset();
     return false;
   }
+  mainWindow_->SetFavoriteGroupPicker([window = mainWindow_.get()] {
+    return panels::FavoritesDialog::Choose(FavoritesDatabase::Instance(), window);
+  });
   accelerators_ = std::make_unique<KeyCommandFilter>(
       mainWindow_.get(), [window = mainWindow_.get()](int id) { window->OnCommand(id); });
   qApp->installEventFilter(accelerators_.get());

@@ -21,7 +21,7 @@
 #include "foundation/settings.h"
 #include "library/playlist_database.h"
 #include "library/playlist_model.h"
-#include "library/playlist_view.h"
+#include "panels/playlist_window.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -55,18 +55,6 @@ constexpr int kFullscreenBarsPeriodMs = 100;
 constexpr int kFramePeriodMs = 16;
 constexpr int kSizeOsdArmDelayMs = 500;
 constexpr int kSizeOsdMs = 800;
-
-// The list behind the playlist shows nowhere until its window exists.
-class HiddenPlaylistView : public PlaylistView {
- public:
-  void SetRowCount(int) override {}
-  void Redraw(bool) override {}
-  void EnsureRowVisible(int) override {}
-  std::vector<int> SelectedRows() const override { return {}; }
-  void ClearSelection() override {}
-  void SelectRow(int) override {}
-  void OnMetadataProgress(int, int) override {}
-};
 
 void ReadBool(QStringView name, bool* value) {
   uint32_t stored = 0;
@@ -111,6 +99,9 @@ MainWindow::~MainWindow() {
   // A lyrics request still running is left to finish on its own.
   lyricsHook_.Cancel();
   albumArtHook_.Cancel();
+  // The panel goes before the model it shows.
+  delete playlistWindow_;
+  playlistWindow_ = nullptr;
   // The toolbar outlives the generator by a moment: it must not ask it.
   if (toolbar_) toolbar_->SetPreview(false, nullptr);
   thumbnailGenerator_.reset();
@@ -180,10 +171,7 @@ bool MainWindow::Create() {
     toolbar_->Apply(state);
   }
 
-  playlistView_ = std::make_unique<HiddenPlaylistView>();
-  playlist_ = std::make_unique<PlaylistModel>();
-  playlist_->SetView(playlistView_.get());
-  playlist_->RestoreFromDatabase();
+  CreatePlaylistPanel();
 
   thumbnailPreview_ = SeekbarThumbnailPreview;
   thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
@@ -369,8 +357,9 @@ void MainWindow::Destroy() {
 }
 
 void MainWindow::SavePanels() {
-  // The playlist, control panel and lyrics panel save their state here as
-  // they join the window.
+  // The control panel and lyrics panel save their state here as they join
+  // the window.
+  SavePlaylistPanel();
 }
 
 void MainWindow::SaveWindowAndSettings() {

@@ -33,6 +33,7 @@
 #include "app/window_sizing.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
+#include "panels/panel_host.h"
 
 #include <QImage>
 #include <QPointer>
@@ -51,15 +52,17 @@ namespace zelvaro {
 class GraphManager;
 class OsdOverlay;
 class PlaylistModel;
-class PlaylistView;
 class ThumbnailGenerator;
 class VideoRenderer;
+namespace panels {
+class PlaylistWindow;
+}  // namespace panels
 namespace chrome {
 class TitleBarWindow;
 class ToolbarWindow;
 }  // namespace chrome
 
-class MainWindow : public QWidget, private chrome::ChromeHost {
+class MainWindow : public QWidget, private chrome::ChromeHost, private panels::PanelHost {
   Q_OBJECT
  public:
   MainWindow();
@@ -109,7 +112,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   // The player's own messages (messages.h); returns the message's result.
   qintptr OnPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
   // Safe from any thread: delivers the message on the interface thread.
-  void PostPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
+  void PostPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0) override;
 
   // Applies what the options pages change.
   void ApplySettings();
@@ -150,6 +153,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   chrome::ToolbarWindow* toolbar() const { return toolbar_; }
   ThumbnailGenerator* thumbnailGenerator() const { return thumbnailGenerator_.get(); }
   PlaylistModel* playlist() const { return playlist_.get(); }
+  // The playlist panel, an owned tool window; null when it could not be made.
+  panels::PlaylistWindow* playlistWindow() const { return playlistWindow_; }
   const std::vector<QString>& recentFiles() const { return recentFiles_.Entries(); }
   FavoriteRun& favoriteRun() { return favoriteRun_; }
   LyricsHook& lyricsHook() { return lyricsHook_; }
@@ -308,9 +313,15 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   std::unique_ptr<ThumbnailGenerator> thumbnailGenerator_;
   OsdOverlay* osdOverlay_ = nullptr;  // a child of the video window
 
-  // The playlist: its model now, its window when the panel exists.
-  std::unique_ptr<PlaylistView> playlistView_;
+  // main_window_playlist.cpp: the playlist panel and the favourites dialog.
+  void CreatePlaylistPanel();
+  void TogglePlaylist();
+  void SavePlaylistPanel();
+  void ManageFavorites();
+
+  // The model outlives its window: the panel is deleted first, by hand.
   std::unique_ptr<PlaylistModel> playlist_;
+  panels::PlaylistWindow* playlistWindow_ = nullptr;
   RecentFiles recentFiles_;
   FavoriteRun favoriteRun_;
   FavoriteGroupPicker pickFavoriteGroup_;

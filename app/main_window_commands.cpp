@@ -296,6 +296,9 @@ void MainWindow::RunCommand(int id) {
     case ID_KEY_FAVORITE_ADD:
       AddToFavorites();
       break;
+    case ID_FAVORITE_MANAGE:
+      ManageFavorites();
+      break;
 
     case ID_SETTINGS:
       ShowOptions();

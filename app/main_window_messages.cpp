@@ -98,6 +98,9 @@ qintptr MainWindow::OnPlayerMessage(int message, qintptr wParam, qintptr lParam)
     case WM_PLAYER_PLAY_INDEX_AT:
       PlayIndexAt(static_cast<int>(wParam), static_cast<double>(lParam) / 1000.0);
       return 0;
+    case WM_PLAYER_TOGGLE_PLAYLIST:
+      TogglePlaylist();
+      return 0;
     case WM_PLAYER_PLAYLIST_HIDDEN:
       Settings::SetDword(setting::kPlaylistVisible, 0);
       return 0;
@@ -119,7 +122,7 @@ qintptr MainWindow::OnPlayerMessage(int message, qintptr wParam, qintptr lParam)
       return 0;
     case WM_PLAYER_GET_POSITION_MS:
       return graph_ ? static_cast<qintptr>(graph_->GetPosition() * 1000) : 0;
-    // The playlist and control panel toggles need their panels; the lyrics and album-art results
+    // The control panel toggle needs its panel; the lyrics and album-art results
     // come through their hooks as owned values, never as numbers.
     default:
       return 0;

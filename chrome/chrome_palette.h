@@ -97,5 +97,22 @@ inline constexpr QColor kOptionsEntry = Rgb(0x262626);
 inline constexpr QColor kOptionsEntryHovered = Rgb(0x333840);
 inline constexpr QColor kOptionsEntrySelected = Rgb(0x1E4A66);
 inline constexpr QColor kOptionsEntryFrame = Rgb(0x4A4A4A);
+// Playlist panel and its favourites tab.
+inline constexpr QColor kPanelBackground = Rgb(0x2B2B2B);
+inline constexpr QColor kPanelListBackground = Rgb(0x252525);  // also the inactive tab
+inline constexpr QColor kPanelActiveTab = Rgb(0x3C3C3C);       // also the selected row frame
+inline constexpr QColor kPanelHover = Rgb(0x464646);
+inline constexpr QColor kPanelCurrentText = Rgb(0xE1B400);
+inline constexpr QColor kPanelCurrentBackground = Rgb(0x322D1E);
+inline constexpr QColor kPanelSearchBackground = Rgb(0x373737);
+inline constexpr QColor kPanelTabFrame = Rgb(0x505050);
+inline constexpr QColor kPanelBorder = Rgb(0x000000);
+inline constexpr QColor kPanelDropLine = Rgb(0x50A0FF);
+inline constexpr QColor kPanelText = Rgb(0xC8C8C8);
+inline constexpr QColor kPanelTextActive = Rgb(0xFFFFFF);
+inline constexpr QColor kPanelRowCount = Rgb(0xA0A0A0);
+inline constexpr QColor kPanelHeaderBackground = Rgb(0x323232);
+inline constexpr QColor kPanelRunningText = Rgb(0x64B4FF);
+inline constexpr QColor kPanelRunningBackground = Rgb(0x1E2837);
 
 }  // namespace zelvaro::chrome

@@ -257,8 +257,9 @@ class MainWindowCommandsTest : public QObject {
     QCOMPARE(favorites.Groups().size(), size_t{4});
     const QString group0 = favorites.Groups()[0].name;
 
-    // Adding stops at the group choice when there is none to make.
+    // Adding stops at the group choice when the choice is cancelled.
     QVERIFY(window_->OpenFile(show[0]));
+    window_->SetFavoriteGroupPicker([] { return std::optional<int>(); });
     window_->OnCommand(ID_FAVORITE_ADD);
     QVERIFY(favorites.Groups()[0].items.empty());
 
