@@ -193,6 +193,7 @@ bool MainWindow::Create() {
   thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
   toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
   osdOverlay_ = new OsdOverlay(videoWindow_);
+  CreateLyricsPanel();
 
   connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });
   connect(&fullscreenBarsTimer_, &QTimer::timeout, this, [this] { OnTimer(1005); });
@@ -368,8 +369,9 @@ void MainWindow::Destroy() {
 }
 
 void MainWindow::SavePanels() {
-  // The playlist, control panel and lyrics panel save their state here as
-  // they join the window.
+  // The playlist and control panel save their state here as they join the
+  // window.
+  SaveLyricsPanel();
 }
 
 void MainWindow::SaveWindowAndSettings() {
@@ -415,6 +417,7 @@ void MainWindow::EnterFullscreen() {
   showTitleBar_ = false;
   showToolbar_ = false;
   DockBars(true);
+  HideLyricsForFullscreen();
   // The whole monitor of the window, not its work area; said outright as
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
@@ -438,6 +441,7 @@ void MainWindow::LeaveFullscreen() {
   }
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
+  RestoreLyricsAfterFullscreen();
   setFocus();
 }
 

@@ -17,8 +17,9 @@
 // (the open and play flow, the end of a file, the workers),
 // main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
 // timers), main_window_messages.cpp (the player's messages, drag and drop),
-// main_window_menus.cpp (the popup menus) and main_window_wheel.cpp (the wheel's volume saves, the
-// place after a move).
+// main_window_menus.cpp (the popup menus), main_window_lyrics.cpp (the
+// lyrics search's results and the lyrics panel) and main_window_wheel.cpp
+// (the wheel's volume saves, the place after a move).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
@@ -44,6 +45,7 @@ class QMenu;
 namespace zelvaro {
 
 class GraphManager;
+class LyricsWindow;
 class OsdOverlay;
 class PlaylistModel;
 class PlaylistView;
@@ -124,6 +126,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   bool fullscreen() const { return fullscreen_; }
   bool HasLyrics() const { return hasLyrics_; }
   const LyricsResult* lyrics() const { return lyrics_.get(); }
+  LyricsWindow* lyricsWindow() const { return lyricsWindow_; }
   const QImage& albumArt() const { return albumArt_; }
   double lastSpeed() const { return lastSpeed_; }
   bool sizeOsdArmed() const { return sizeOsdArmed_; }
@@ -182,8 +185,18 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void OnLyricsResult(std::unique_ptr<LyricsResult> result);
   void OnAlbumArtResult(std::unique_ptr<AlbumArt> art);
   void ClearAlbumArt();
-  void ToggleLyricsPanel();
   void UpdateTitleBarName();
+
+  // main_window_lyrics.cpp
+  void CreateLyricsPanel();
+  void ToggleLyricsPanel();
+  // Timed lyrics as the subtitle, when the file has none of its own.
+  void LoadLyricsSubtitle(const LyricsData& lyrics);
+  // Timer 1001: the panel's line follows the position.
+  void UpdateLyricsLine();
+  void SaveLyricsPanel();
+  void HideLyricsForFullscreen();
+  void RestoreLyricsAfterFullscreen();
 
   // main_window_commands.cpp
   void RunCommand(int id);
@@ -266,6 +279,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   LyricsHook lyricsHook_;
   bool hasLyrics_ = false;
   std::unique_ptr<LyricsResult> lyrics_;
+  LyricsWindow* lyricsWindow_ = nullptr;  // a top-level tool window owned as a child
+  bool lyricsWasVisible_ = false;         // hidden by fullscreen, to come back after
+  QRect lyricsRect_;
   AlbumArtHook albumArtHook_;
   QImage albumArt_;
 
