@@ -1,16 +1,17 @@
 #pragma once
 // LyricsHook: the background side of looking up lyrics for the file that has
 // just opened. MainWindow starts one lookup per local open; the lookup's body
-// (the request to the lyrics service) runs on a worker thread and its result
-// comes back to the interface thread as a move-only value that the receiver
-// owns.
+// (the player's own is the whole search: side file, lyrics tag, then the
+// lyrics service) runs on a worker thread and its results come back to the
+// interface thread as move-only values that the receiver owns.
 //
 // At most one request runs at a time, and the interface thread never waits
 // for one: Start marks the lookup in flight as cancelled (its LyricsCancel
 // flag), and the new worker itself waits for the old thread to end before it
 // sends its own request. A cancelled lookup's result is dropped, whether it
-// arrives before or after the cancel. Destroying the hook cancels and
-// detaches: closing the program never waits on the network.
+// arrives before or after the cancel; the player's body also stops its
+// request within a second of it. Destroying the hook cancels and detaches:
+// closing the program never waits on the network.
 //
 // Interface thread only, except the body, which runs on the worker.
 

@@ -111,6 +111,8 @@ bool MainWindow::OpenUrl(const QString& url) {
     return false;
   }
   embeddedSubtitleIndex_ = -1;
+  // An address gets no lyrics; those of the last file go.
+  LoadLyricsForMedia(QString());
   // The address is opened without holding the window: the OSD says that it
   // waits, and a new open or closing the player cancels the wait.
   constexpr int kOpeningOsdMs = 1500;

@@ -149,14 +149,6 @@ class LyricsWindowTest : public QObject {
     QCOMPARE(Settings::GetDwordOr(setting::kLyricsW, 0), static_cast<uint32_t>(panel_->width()));
   }
 
-  void emptyPanelSaysSearchingThenNoLyrics() {
-    panel_->SetSearching(true);
-    QVERIFY(panel_->Searching());
-    panel_->Clear();
-    QVERIFY(!panel_->Searching());
-    QVERIFY(panel_->Data().lines.empty());
-  }
-
   void golden() {
     panel_->SetData(Numbered(12));
     panel_->resize(Scaled(LyricsWindow::kDesignWidth), Scaled(LyricsWindow::kDesignHeight));
