@@ -19,15 +19,16 @@ namespace zelvaro {
 
 namespace {
 
-// A tone of `seconds` under `home`, no tags.
-QString MakeTone(const test::TempHome& home, const QString& name, int seconds = 6) {
+// A six-second tone under `home`, with `lyrics` in its lyrics tag when given.
+QString MakeTone(const test::TempHome& home, const QString& name, const QString& lyrics = {}) {
   const QString path = home.Root() + u'/' + name;
+  QStringList args{QStringLiteral("-nostdin"), QStringLiteral("-loglevel"),
+                   QStringLiteral("error"),    QStringLiteral("-y"),
+                   QStringLiteral("-f"),       QStringLiteral("lavfi"),
+                   QStringLiteral("-i"),       QStringLiteral("sine=frequency=440:duration=6")};
+  if (!lyrics.isEmpty()) args << QStringLiteral("-metadata") << QStringLiteral("lyrics=") + lyrics;
   QProcess ffmpeg;
-  ffmpeg.start(
-      QStringLiteral("ffmpeg"),
-      {QStringLiteral("-nostdin"), QStringLiteral("-loglevel"), QStringLiteral("error"),
-       QStringLiteral("-y"), QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-       QStringLiteral("sine=frequency=440:duration=%1").arg(seconds), path});
+  ffmpeg.start(QStringLiteral("ffmpeg"), args << path);
   if (!ffmpeg.waitForFinished(30000) || ffmpeg.exitCode() != 0) return {};
   return path;
 }
@@ -81,6 +82,13 @@ class LyricsPlayerTest : public QObject {
     QVERIFY(
         srt.readAll().startsWith("\xEF\xBB\xBF"
                                  "1\r\n00:00:01,000 --> 00:00:03,000\r\nfirst"));
+
+    // The lyrics tag of a file without a side file.
+    const QString tagged =
+        MakeTone(*home_, QStringLiteral("tagged.mp3"), QStringLiteral("[00:02.00]from the tag"));
+    QVERIFY(window->OpenFile(tagged));
+    QTRY_VERIFY_WITH_TIMEOUT(!panel->Data().lines.empty(), 10000);
+    QCOMPARE(panel->Data().lines[0].text, QStringLiteral("from the tag"));
   }
 
   void theServiceAnswersAndBadRepliesEndQuietly() {
