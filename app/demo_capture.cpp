@@ -16,12 +16,16 @@ void ArmDemoCapture(QWidget& window) {
   int seconds = qEnvironmentVariableIntValue("ZELVARO_DEMO_SECONDS", &ok);
   if (!ok || seconds <= 0) seconds = 4;
   QTimer::singleShot(seconds * 1000, &window, [&window, target] {
-    // Grab what the screen shows, so OpenGL content and overlays are included.
+    // Grab what the screen shows, so OpenGL content and overlays are
+    // included, and the panels beside the window (lyrics, playlist) too.
+    QRect area(window.mapToGlobal(QPoint(0, 0)), window.size());
+    for (const QWidget* panel : window.findChildren<QWidget*>()) {
+      if (panel->isWindow() && panel->isVisible()) area |= panel->frameGeometry();
+    }
     QScreen* screen = window.screen();
+    if (screen != nullptr) area &= screen->geometry();
     QPixmap shot = screen != nullptr
-                       ? screen->grabWindow(0, window.mapToGlobal(QPoint(0, 0)).x(),
-                                         window.mapToGlobal(QPoint(0, 0)).y(), window.width(),
-                                         window.height())
+                       ? screen->grabWindow(0, area.x(), area.y(), area.width(), area.height())
                        : window.grab();
     const bool saved = shot.save(target, "PNG");
     std::fprintf(stderr, "%s %s\n", saved ? "Screenshot saved to" : "Could not save screenshot to",

@@ -11,6 +11,20 @@ LyricsHook::~LyricsHook() {
   if (thread_.joinable()) thread_.detach();
 }
 
+void LyricsHook::SetBody(Body body) {
+  if (!body) {
+    body_ = nullptr;
+    return;
+  }
+  body_ = [body = std::move(body)](const LyricsRequest& request, const std::atomic<bool>& cancel,
+                                   const LyricsReport&) { return body(request, cancel); };
+}
+
+LyricsHook::StagedBody LyricsHook::DefaultBody() {
+  return [](const LyricsRequest& request, const std::atomic<bool>& cancel,
+            const LyricsReport& early) { return SearchLyrics(request, cancel, early); };
+}
+
 void LyricsHook::Cancel() {
   if (current_) current_->LyricsCancel = true;
 }
@@ -28,15 +42,22 @@ void LyricsHook::Start(LyricsRequest request) {
         if (previous.joinable()) previous.join();
         std::unique_ptr<LyricsResult> result;
         if (!lookup->LyricsCancel) {
-          result = body(request, lookup->LyricsCancel);
+          // `this` is used only inside delivered calls, which run on the
+          // interface thread while the receiver (a member) is alive.
+          auto deliverEarly = [this, lookup, mailbox](std::unique_ptr<LyricsResult> early) {
+            if (lookup->LyricsCancel) return;
+            mailbox->Post([this, lookup, early = std::shared_ptr<LyricsResult>(std::move(early))] {
+              if (lookup->LyricsCancel || !deliver_) return;
+              deliver_(std::make_unique<LyricsResult>(std::move(*early)));
+            });
+          };
+          result = body(request, lookup->LyricsCancel, deliverEarly);
           ++stats->finished;
         }
         if (lookup->LyricsCancel) {
           ++stats->dropped;
           return;
         }
-        // `this` is used only inside the delivered call, which runs on the
-        // interface thread while the receiver (a member) is alive.
         mailbox->Post([this, lookup, result = std::move(result), stats]() mutable {
           // A newer lookup may have started after the post.
           if (lookup->LyricsCancel) {

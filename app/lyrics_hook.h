@@ -1,20 +1,23 @@
 #pragma once
 // LyricsHook: the background side of looking up lyrics for the file that has
 // just opened. MainWindow starts one lookup per local open; the lookup's body
-// (the request to the lyrics service) runs on a worker thread and its result
-// comes back to the interface thread as a move-only value that the receiver
-// owns.
+// (the player's own is the whole search: side file, lyrics tag, then the
+// lyrics service) runs on a worker thread and its results come back to the
+// interface thread as move-only values that the receiver owns.
 //
 // At most one request runs at a time, and the interface thread never waits
 // for one: Start marks the lookup in flight as cancelled (its LyricsCancel
 // flag), and the new worker itself waits for the old thread to end before it
 // sends its own request. A cancelled lookup's result is dropped, whether it
-// arrives before or after the cancel. Destroying the hook cancels and
-// detaches: closing the program never waits on the network.
+// arrives before or after the cancel; the player's body also stops its
+// request within a second of it. Destroying the hook cancels and detaches:
+// closing the program never waits on the network.
 //
 // Interface thread only, except the body, which runs on the worker.
 
 #include "app/worker_mailbox.h"
+#include "lyrics/lyrics_data.h"
+#include "lyrics/lyrics_search.h"
 
 #include <QObject>
 #include <QString>
@@ -28,23 +31,10 @@
 
 namespace zelvaro {
 
-struct LyricsRequest {
-  QString mediaPath;
-  QString title;
-  QString artist;
-  int durationSec = 0;
-};
-
-struct LyricsLine {
-  int64_t timeMs = 0;
-  QString text;
-};
-
-// What a lookup found. Untimed lyrics have lines 5 s apart and synced false.
-struct LyricsResult {
-  bool synced = false;
-  std::vector<LyricsLine> lines;
-};
+// What a lookup found: a LyricsData (lyrics/lyrics_data.h). Untimed lyrics
+// have lines 5 s apart and synced false.
+using LyricsLine = LyricLine;
+using LyricsResult = LyricsData;
 
 class LyricsHook {
  public:
@@ -52,6 +42,11 @@ class LyricsHook {
   // when the result is no longer wanted; a body may give up early on it.
   using Body = std::function<std::unique_ptr<LyricsResult>(const LyricsRequest& request,
                                                            const std::atomic<bool>& cancel)>;
+  // A body that may hand over a result before its final one (local lyrics
+  // found while the service is still to be asked). Each result is delivered
+  // in order, and dropped like the final one once the lookup is cancelled.
+  using StagedBody = std::function<std::unique_ptr<LyricsResult>(
+      const LyricsRequest& request, const std::atomic<bool>& cancel, const LyricsReport& early)>;
   // Runs on the interface thread with the result of the newest lookup only.
   using Deliver = std::function<void(std::unique_ptr<LyricsResult> result)>;
 
@@ -61,7 +56,10 @@ class LyricsHook {
   LyricsHook& operator=(const LyricsHook&) = delete;
 
   // Without a body nothing is looked up and nothing is delivered.
-  void SetBody(Body body) { body_ = std::move(body); }
+  void SetBody(Body body);
+  void SetStagedBody(StagedBody body) { body_ = std::move(body); }
+  // The player's own search: side file, lyrics tag, then the service.
+  static StagedBody DefaultBody();
   bool HasBody() const { return static_cast<bool>(body_); }
 
   void Start(LyricsRequest request);
@@ -84,7 +82,7 @@ class LyricsHook {
   };
 
   Deliver deliver_;
-  Body body_;
+  StagedBody body_;
   std::shared_ptr<Stats> stats_ = std::make_shared<Stats>();
   std::shared_ptr<Lookup> current_;
   std::thread thread_;

@@ -177,6 +177,7 @@ bool MainWindow::Create() {
   thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
   toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
   osdOverlay_ = new OsdOverlay(videoWindow_);
+  CreateLyricsPanel();
 
   connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });
   connect(&fullscreenBarsTimer_, &QTimer::timeout, this, [this] { OnTimer(1005); });
@@ -357,9 +358,9 @@ void MainWindow::Destroy() {
 }
 
 void MainWindow::SavePanels() {
-  // The control panel and lyrics panel save their state here as they join
-  // the window.
+  // The control panel saves its state here as it joins the window.
   SavePlaylistPanel();
+  SaveLyricsPanel();
 }
 
 void MainWindow::SaveWindowAndSettings() {
@@ -409,6 +410,7 @@ void MainWindow::EnterFullscreen() {
   showTitleBar_ = false;
   showToolbar_ = false;
   DockBars(true);
+  HideLyricsForFullscreen();
   // The whole monitor of the window, not its work area; said outright as
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
@@ -437,6 +439,7 @@ void MainWindow::LeaveFullscreen() {
   for (const auto& dock : docks_) dock->RestoreAfterFullscreen();
   // Keys come back to the window, not to a panel shown again. Wayland lets
   // no client take the focus by itself (and says so on every attempt).
+  RestoreLyricsAfterFullscreen();
   if (ClientPlacesWindows()) activateWindow();
   setFocus();
 }

@@ -17,9 +17,10 @@
 // (the open and play flow, the end of a file, the workers),
 // main_window_commands.cpp (OnCommand), main_window_input.cpp (keys, wheel,
 // timers), main_window_messages.cpp (the player's messages, drag and drop),
-// main_window_menus.cpp (the popup menus), main_window_wheel.cpp (the wheel's volume saves, the
-// place after a move) and main_window_sizing.cpp (the sizing commands, the
-// magnet, the docked panels).
+// main_window_menus.cpp (the popup menus), main_window_lyrics.cpp (the
+// lyrics search's results and the lyrics panel), main_window_wheel.cpp (the
+// wheel's volume saves, the place after a move) and main_window_sizing.cpp
+// (the sizing commands, the magnet, the docked panels).
 
 #include "app/album_art_hook.h"
 #include "app/favorite_run.h"
@@ -50,6 +51,7 @@ class QMenu;
 namespace zelvaro {
 
 class GraphManager;
+class LyricsWindow;
 class OsdOverlay;
 class PlaylistModel;
 class ThumbnailGenerator;
@@ -162,6 +164,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   bool fullscreen() const { return fullscreen_; }
   bool HasLyrics() const { return hasLyrics_; }
   const LyricsResult* lyrics() const { return lyrics_.get(); }
+  LyricsWindow* lyricsWindow() const { return lyricsWindow_; }
   const QImage& albumArt() const { return albumArt_; }
   double lastSpeed() const { return lastSpeed_; }
   bool sizeOsdArmed() const { return sizeOsdArmed_; }
@@ -234,13 +237,22 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void OnLyricsResult(std::unique_ptr<LyricsResult> result);
   void OnAlbumArtResult(std::unique_ptr<AlbumArt> art);
   void ClearAlbumArt();
-  void ToggleLyricsPanel();
   void UpdateTitleBarName();
 
   // main_window_file_info.cpp
   void OnFileAnalysis(const FileAnalysisResult& result);
   FileAnalysis fileAnalysis_;
   QPointer<FileInfoWindow> fileInfoWindow_;
+  // main_window_lyrics.cpp
+  void CreateLyricsPanel();
+  void ToggleLyricsPanel();
+  // Timed lyrics as the subtitle, when the file has none of its own.
+  void LoadLyricsSubtitle(const LyricsData& lyrics);
+  // Timer 1001: the panel's line follows the position.
+  void UpdateLyricsLine();
+  void SaveLyricsPanel();
+  void HideLyricsForFullscreen();
+  void RestoreLyricsAfterFullscreen();
 
   // main_window_commands.cpp
   void RunCommand(int id);
@@ -329,6 +341,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   LyricsHook lyricsHook_;
   bool hasLyrics_ = false;
   std::unique_ptr<LyricsResult> lyrics_;
+  LyricsWindow* lyricsWindow_ = nullptr;  // a top-level tool window owned as a child
+  bool lyricsWasVisible_ = false;         // hidden by fullscreen, to come back after
+  QRect lyricsRect_;
   AlbumArtHook albumArtHook_;
   QImage albumArt_;
 

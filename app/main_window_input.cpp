@@ -104,10 +104,10 @@ void MainWindow::OnMouseWheel(int delta) {
 void MainWindow::OnTimer(int id) {
   switch (id) {
     case 1001:
-      // The lyric line reaches the lyrics panel once it joins the window;
-      // the loop closes here, within a tick and 0.05 s.
+      // The loop closes here, within a tick and 0.05 s.
       SyncToolbar();
       if (graph_) graph_->CheckABRepeat();
+      UpdateLyricsLine();
       break;
     case 1005:
       UpdateFullscreenBars();

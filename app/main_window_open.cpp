@@ -111,6 +111,8 @@ bool MainWindow::OpenUrl(const QString& url) {
     return false;
   }
   embeddedSubtitleIndex_ = -1;
+  // An address gets no lyrics; those of the last file go.
+  LoadLyricsForMedia(QString());
   // The address is opened without holding the window: the OSD says that it
   // waits, and a new open or closing the player cancels the wait.
   constexpr int kOpeningOsdMs = 1500;
@@ -325,26 +327,6 @@ void MainWindow::PlayIndexAt(int index, double startSeconds) {
   if (OpenFile(path) && startSeconds > 0 && graph_) graph_->Seek(startSeconds, true, 0);
 }
 
-void MainWindow::LoadLyricsForMedia(const QString& path) {
-  hasLyrics_ = false;
-  lyrics_.reset();
-  if (path.isEmpty() || !lyricsHook_.HasBody()) return;
-  LyricsRequest request;
-  request.mediaPath = path;
-  // Without tags the service is asked with the file's name.
-  request.title = QFileInfo(path).completeBaseName();
-  request.durationSec = graph_ ? static_cast<int>(graph_->GetDuration()) : 0;
-  lyricsHook_.Start(std::move(request));
-}
-
-void MainWindow::OnLyricsResult(std::unique_ptr<LyricsResult> result) {
-  if (!result || result->lines.empty()) return;
-  // Timed lines replace what is on show; untimed ones only fill a gap.
-  if (!result->synced && hasLyrics_) return;
-  hasLyrics_ = true;
-  lyrics_ = std::move(result);
-}
-
 void MainWindow::OnAlbumArtResult(std::unique_ptr<AlbumArt> art) {
   if (!art || art->image.isNull()) return;
   albumArt_ = std::move(art->image);
@@ -354,10 +336,6 @@ void MainWindow::OnAlbumArtResult(std::unique_ptr<AlbumArt> art) {
 void MainWindow::ClearAlbumArt() {
   albumArtHook_.Cancel();
   albumArt_ = QImage();
-}
-
-void MainWindow::ToggleLyricsPanel() {
-  // No lyrics panel in this window: nothing to show or hide.
 }
 
 }  // namespace zelvaro

@@ -5,9 +5,11 @@
 #include "app/main_window.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_window.h"
+#include "lyrics/lyrics_window.h"
 #include "panels/file_assoc_options.h"
 #include "panels/general_options.h"
 #include "panels/options_dialog.h"
+#include "panels/playlist_window.h"
 
 #include <QEvent>
 
@@ -30,6 +32,9 @@ void MainWindow::RefreshTexts() {
   if (titleBar_) titleBar_->RefreshTexts();
   if (toolbar_) toolbar_->RefreshTexts();
   if (fileInfoWindow_) fileInfoWindow_->RefreshTexts();
+  if (lyricsWindow_) lyricsWindow_->RefreshFonts();
+  // The playlist panel reads its texts as it paints.
+  if (playlistWindow_) playlistWindow_->update();
   update();
 }
 

@@ -79,6 +79,27 @@ inline constexpr QColor kMenuTextDisabled = Rgb(0x808080);
 inline constexpr QColor kMenuFrameLight = Rgb(0x414141);  // top and left
 inline constexpr QColor kMenuFrameDark = Rgb(0x232323);   // right and bottom
 
+// Lyrics panel (its design writes them as COLORREF 0xBBGGRR; converted here).
+inline constexpr QColor kLyricsBackground = Rgb(0x2B2B2B);
+inline constexpr QColor kLyricsFrame = Rgb(0x464646);  // border and row separators
+inline constexpr QColor kLyricsTitleText = Rgb(0xC8C8C8);
+inline constexpr QColor kLyricsCurrentText = Rgb(0xFFDC32);
+inline constexpr QColor kLyricsCurrentFill = Rgb(0x322D1E);
+inline constexpr QColor kLyricsHoverText = Rgb(0xDCDCDC);
+inline constexpr QColor kLyricsHoverFill = Rgb(0x464646);
+inline constexpr QColor kLyricsPastText = Rgb(0x787878);
+inline constexpr QColor kLyricsComingText = Rgb(0xB4B4B4);
+inline constexpr QColor kLyricsEmptyText = Rgb(0x646464);
+inline constexpr QColor kLyricsThumb = Rgb(0x5A5A5F);
+inline constexpr QColor kLyricsThumbHot = Rgb(0x828287);
+inline constexpr QColor kLyricsThumbDragged = Rgb(0xA0A0A5);
+inline constexpr QColor kLyricsOffsetText = Rgb(0x969696);
+inline constexpr QColor kLyricsButton = Rgb(0x373737);
+inline constexpr QColor kLyricsButtonHot = Rgb(0x464646);
+inline constexpr QColor kLyricsButtonPressed = Rgb(0x3C3C3C);
+inline constexpr QColor kLyricsButtonFrame = Rgb(0x505050);
+inline constexpr QColor kLyricsButtonText = Rgb(0xC8C8C8);
+
 // Tooltip.
 inline constexpr QColor kTooltipBackground = Rgb(0xFFF299);
 inline constexpr QColor kTooltipFrame = Rgb(0x000000);

@@ -39,6 +39,8 @@ inline constexpr QStringView kLyricsX{u"LyricsX"};
 inline constexpr QStringView kLyricsY{u"LyricsY"};
 inline constexpr QStringView kLyricsW{u"LyricsW"};
 inline constexpr QStringView kLyricsH{u"LyricsH"};
+// Base address of the lyrics service (LRCLIB); empty asks no service.
+inline constexpr QStringView kLyricsEndpoint{u"LyricsEndpoint"};
 
 // Playback.
 inline constexpr QStringView kVolume{u"Volume"};

@@ -6,6 +6,8 @@
 #include "app/application.h"
 #include "app/main_window.h"
 #include "app/osd_overlay.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
@@ -50,8 +52,13 @@ inline QStringList MakeSeries(const TempHome& home, const QString& folder, const
   return paths;
 }
 
-// Starts the player with no file and waits for its window.
+// Starts the player with no file and waits for its window. Unless a test
+// points the lyrics service somewhere (a loopback server), no service is
+// asked: tests never reach the network.
 inline MainWindow* StartPlayer() {
+  QString endpoint;
+  if (!Settings::GetString(setting::kLyricsEndpoint, &endpoint))
+    Settings::SetString(setting::kLyricsEndpoint, QString());
   if (!Application::Instance().Initialize(QString())) return nullptr;
   MainWindow* window = Application::Instance().mainWindow();
   if (!QTest::qWaitForWindowExposed(window)) return nullptr;
