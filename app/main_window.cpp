@@ -204,6 +204,7 @@ bool MainWindow::Create() {
 
   RestorePlacement();
   LayoutChildren();
+  CreateControlPanel();
   return true;
 }
 
@@ -368,8 +369,8 @@ void MainWindow::Destroy() {
 }
 
 void MainWindow::SavePanels() {
-  // The playlist, control panel and lyrics panel save their state here as
-  // they join the window.
+  // The playlist and lyrics panel save their state here as they join the window.
+  SaveControlPanel();
 }
 
 void MainWindow::SaveWindowAndSettings() {
@@ -415,6 +416,7 @@ void MainWindow::EnterFullscreen() {
   showTitleBar_ = false;
   showToolbar_ = false;
   DockBars(true);
+  HideControlPanelForFullscreen();
   // The whole monitor of the window, not its work area; said outright as
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
@@ -438,6 +440,7 @@ void MainWindow::LeaveFullscreen() {
   }
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
+  RestoreControlPanelAfterFullscreen();
   setFocus();
 }
 

@@ -49,6 +49,9 @@ class PlaylistModel;
 class PlaylistView;
 class ThumbnailGenerator;
 class VideoRenderer;
+namespace panels {
+class ControlPanelWindow;
+}  // namespace panels
 namespace chrome {
 class TitleBarWindow;
 class ToolbarWindow;
@@ -110,6 +113,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void SetFavoriteGroupPicker(FavoriteGroupPicker picker) {
     pickFavoriteGroup_ = std::move(picker);
   }
+
+  // The control panel's A-B buttons changed the marks: the seek bar shows them.
+  void OnMarksChanged() { UpdateMarks(); }
+  panels::ControlPanelWindow* controlPanel() const { return controlPanel_; }
 
   GraphManager* graph() const { return graph_.get(); }
   VideoRenderer* videoWindow() const { return videoWindow_; }
@@ -224,6 +231,16 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   MenuModel ContextModel() const;
   void SelectSubtitleTrack(int index);
 
+  // main_window_control_panel.cpp
+  void CreateControlPanel();
+  void ToggleControlPanel();
+  void SaveControlPanel();
+  // Fullscreen hides a shown panel and brings it back after.
+  void HideControlPanelForFullscreen();
+  void RestoreControlPanelAfterFullscreen();
+  // Shows in an open panel what a key, a menu or the engine changed.
+  void RefreshControlPanel();
+
   // main_window_input.cpp
   void OnTimer(int id);
   void UpdateFullscreenBars();
@@ -255,6 +272,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   chrome::ToolbarWindow* toolbar_ = nullptr;
   std::unique_ptr<ThumbnailGenerator> thumbnailGenerator_;
   OsdOverlay* osdOverlay_ = nullptr;  // a child of the video window
+  panels::ControlPanelWindow* controlPanel_ = nullptr;  // an owned tool window
+  bool controlPanelWasVisible_ = false;
 
   // The playlist: its model now, its window when the panel exists.
   std::unique_ptr<PlaylistView> playlistView_;
