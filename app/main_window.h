@@ -240,6 +240,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void RestoreControlPanelAfterFullscreen();
   // Shows in an open panel what a key, a menu or the engine changed.
   void RefreshControlPanel();
+  void RefreshControlPanelTexts();
 
   // main_window_input.cpp
   void OnTimer(int id);

@@ -594,6 +594,7 @@ void MainWindow::ApplySettings() {
     graph_->SetNormalize(normalize, recover, static_cast<float>(factor / 100.0));
     graph_->SetBoost(static_cast<float>(boost / 100.0 + 1.0));
   }
+  RefreshControlPanelTexts();
   update();
 }
 

@@ -44,6 +44,10 @@ void MainWindow::RestoreControlPanelAfterFullscreen() {
   controlPanelWasVisible_ = false;
 }
 
+void MainWindow::RefreshControlPanelTexts() {
+  if (controlPanel_) controlPanel_->RefreshTexts();
+}
+
 void MainWindow::RefreshControlPanel() {
   if (controlPanel_ && controlPanel_->IsVisible()) controlPanel_->Refresh();
 }

@@ -94,6 +94,11 @@ void ControlPanelWindow::OnSliderChanged(int id, int position) {
   }
 }
 
+void ControlPanelWindow::OnSliderReleased(int id) {
+  GraphManager* graph = Graph();
+  if (id == 9010 && graph) graph->SaveVolume();
+}
+
 void ControlPanelWindow::OnCommand(int id) {
   GraphManager* graph = Graph();
   if (const PictureButton* row = PictureByReset(id)) {

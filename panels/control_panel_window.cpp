@@ -66,12 +66,7 @@ bool ControlPanelWindow::Create(MainWindow* mainWindow) {
   setFixedSize(layout_.size);
   setWindowTitle(LanguageManager::GetString(u"ControlPanel.Title"));
   setWindowIcon(chrome::ApplicationIcon());
-  font_ = QFont(LanguageManager::GetString(u"App.FontName"));
-  font_.setPixelSize(Scaled(kFontHeight));
-  font_.setWeight(QFont::Normal);
-  boldFont_ = font_;
-  boldFont_.setWeight(QFont::Bold);
-  setFont(font_);
+  MakeFonts();
   QPalette palette = this->palette();
   palette.setColor(QPalette::Window, chrome::kPanelBackground);
   setPalette(palette);
@@ -124,6 +119,7 @@ void ControlPanelWindow::CreateControl(const ControlSpec& spec) {
       const int id = spec.id;
       connect(slider, &QSlider::valueChanged, this,
               [this, id](int position) { OnSliderChanged(id, position); });
+      connect(slider, &QSlider::sliderReleased, this, [this, id] { OnSliderReleased(id); });
       widget = slider;
       break;
     }
@@ -241,7 +237,20 @@ void ControlPanelWindow::RefreshAudio() {
   UpdateNormalizeEnabled();
 }
 
+void ControlPanelWindow::MakeFonts() {
+  font_ = QFont(LanguageManager::GetString(u"App.FontName"));
+  font_.setPixelSize(Scaled(kFontHeight));
+  font_.setWeight(QFont::Normal);
+  boldFont_ = font_;
+  boldFont_.setWeight(QFont::Bold);
+  setFont(font_);
+  for (QWidget* control : std::as_const(controls_)) control->setFont(font_);
+  for (const auto& [label, key] : std::as_const(keyedLabels_)) label->setFont(font_);
+}
+
 void ControlPanelWindow::RefreshTexts() {
+  // A language brings its own face.
+  MakeFonts();
   setWindowTitle(LanguageManager::GetString(u"ControlPanel.Title"));
   for (const auto& [label, key] : keyedLabels_) {
     if (!key.isEmpty()) label->setText(LanguageManager::GetString(key));

@@ -77,6 +77,7 @@ class ControlPanelWindow : public QWidget {
 
  private:
   GraphManager* Graph() const;
+  void MakeFonts();
   void CreateControl(const ControlSpec& spec);
   void SavePosition();
   // Saves the position and hides: the close button, closing and Escape.
@@ -87,6 +88,7 @@ class ControlPanelWindow : public QWidget {
 
   // control_panel_actions.cpp: what each control does.
   void OnSliderChanged(int id, int position);
+  void OnSliderReleased(int id);
   void OnCommand(int id);
   void ApplyNormalize();
   void UpdateNormalizeEnabled();

@@ -115,6 +115,15 @@ class ControlPanelTest : public QObject {
     QVERIFY(window_->OpenFile(test::PatternClip()));
     panel_->Show(true);
     panel_->SelectTab(2);
+    // A drag is heard as it goes and written once, when it lets go.
+    QWidget* volume = panel_->Control(9010);
+    const uint32_t storedVolume = Stored(setting::kVolume);
+    QTest::mousePress(volume, Qt::LeftButton, {}, QPoint(1, volume->height() / 2));
+    QCOMPARE(Value(9010), 0);
+    QCOMPARE(graph_->Volume(), 0.0f);
+    QCOMPARE(Stored(setting::kVolume), storedVolume);
+    QTest::mouseRelease(volume, Qt::LeftButton, {}, QPoint(1, volume->height() / 2));
+    QCOMPARE(Stored(setting::kVolume), 0u);
     Slide(9010, 57);
     Click(9070);  // normalise on
     Slide(9072, 300);
