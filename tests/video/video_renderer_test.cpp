@@ -4,11 +4,11 @@
 // hand-made I420 and NV12 frames and read back from the screen, so a picture
 // counts only once it reached the window.
 
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 #include "app/osd_overlay.h"
-#include "app/palette.h"
-#include "app/subtitle_overlay_source.h"
-#include "app/video_gl_surface.h"
+#include "video/subtitle_overlay_source.h"
+#include "video/video_gl_surface.h"
+#include "video/video_palette.h"
 
 #include <QBackingStore>
 #include <QLineEdit>

@@ -1,4 +1,4 @@
-#include "app/yuv_convert.h"
+#include "video/yuv_convert.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 
-#include "app/subtitle_overlay_source.h"
-#include "app/video_geometry.h"
-#include "app/video_gl_surface.h"
 #include "foundation/trace.h"
+#include "video/subtitle_overlay_source.h"
+#include "video/video_geometry.h"
+#include "video/video_gl_surface.h"
 
 #include <QBackingStore>
 #include <QChildEvent>

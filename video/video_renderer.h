@@ -1,4 +1,9 @@
 #pragma once
+// The door of video/: the shell hosts a VideoRenderer and hands it to the
+// engine as its VideoOutput, and connects the engine's subtitles with
+// video/subtitle_overlay_adapter.h; the other headers of the folder are the
+// renderer's own parts (benchmarks and tests reach into them).
+//
 // VideoRenderer: the widget that shows the engine's frames, behind the
 // engine's VideoOutput interface. It owns the newest frame, the picture
 // geometry and the named settings, and shows them with OpenGL (a
@@ -46,10 +51,10 @@
 // standard output ("zelvaro-first-frame-shown monotonic_ns=<CLOCK_MONOTONIC>")
 // and the application quits: the launch benchmark's finish line.
 
-#include "app/video_painter.h"
-#include "app/video_scene.h"
-#include "app/yuv_convert.h"
 #include "engine/video_output.h"
+#include "video/video_painter.h"
+#include "video/video_scene.h"
+#include "video/yuv_convert.h"
 
 #include <QWidget>
 
