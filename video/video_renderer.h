@@ -30,10 +30,11 @@
 //
 // Named settings: "rotation" (int: 0, 90, 180, 270, clockwise), "flip"
 // (bool: left-right mirror of the picture as seen on screen, after the
-// turn), "cmd_redraw" (bool: true repaints the last frame), "brightness",
-// "contrast", "saturation" (int: -100..100) and "hue" (int: -180..180
-// degrees), 0 being neutral. Every change repaints at once, so a paused
-// picture follows the controls.
+// turn), "cmd_redraw" (bool: true repaints the last frame). The colour
+// controls come through GetProcAmpRange and SetProcAmpValues, in the units
+// and ranges of yuv_convert.h (ColorControls), and are folded into the one
+// conversion matrix both paths apply, so they cost nothing per pixel. Every
+// change repaints at once, so a paused picture follows the controls.
 //
 // Children. On the QPainter path child widgets (the OSD line) paint over the
 // picture as anywhere else. On the OpenGL path the picture is a native window
@@ -82,6 +83,8 @@ class VideoRenderer : public QWidget, public VideoOutput {
   void SetDestinationRect(const QRect& rect) override;
   bool SetInt(std::string_view name, int value) override;
   bool SetBool(std::string_view name, bool value) override;
+  bool GetProcAmpRange(unsigned flag, ProcAmpRange* range) override;
+  bool SetProcAmpValues(unsigned flags, const ProcAmpValues& values) override;
   // The last shown picture at its display size (pixel aspect and rotation
   // applied, longest side at most kMaxReadBackSide), mirrored and with the
   // overlay as on screen, without the letterbox bars. RGB32; null when no
