@@ -6,8 +6,6 @@
 #include "app/dpi.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
-#include "app/subtitle_overlay_adapter.h"
-#include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "app/window_placement.h"
 #include "chrome/chrome_paint.h"
@@ -22,6 +20,8 @@
 #include "library/playlist_database.h"
 #include "library/playlist_model.h"
 #include "library/playlist_view.h"
+#include "video/subtitle_overlay_adapter.h"
+#include "video/video_renderer.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
