@@ -2,29 +2,34 @@
 
 #include "engine/graph_manager.h"
 
-#include <algorithm>
-#include <array>
-
 namespace zelvaro::panels {
-namespace {
 
-// Held here until the renderer keeps its own; the values survive a Close as
-// the engine's other video settings do.
-std::array<int, 4> storedValues{};
-
-int Reach(PictureKind kind) {
-  return kind == PictureKind::Hue ? 180 : 100;
-}
-
-}  // namespace
-
-int PictureControlValue(const GraphManager&, PictureKind kind) {
-  return storedValues[static_cast<size_t>(kind)];
+int PictureControlValue(const GraphManager& graph, PictureKind kind) {
+  switch (kind) {
+    case PictureKind::Brightness:
+      return graph.Brightness();
+    case PictureKind::Contrast:
+      return graph.Contrast();
+    case PictureKind::Saturation:
+      return graph.Saturation();
+    case PictureKind::Hue:
+      return graph.Hue();
+  }
+  return 0;
 }
 
 bool SetPictureControl(GraphManager& graph, PictureKind kind, int value) {
-  storedValues[static_cast<size_t>(kind)] = std::clamp(value, -Reach(kind), Reach(kind));
-  return !graph.CurrentPath().isEmpty();
+  switch (kind) {
+    case PictureKind::Brightness:
+      return graph.SetBrightness(value);
+    case PictureKind::Contrast:
+      return graph.SetContrast(value);
+    case PictureKind::Saturation:
+      return graph.SetSaturation(value);
+    case PictureKind::Hue:
+      return graph.SetHue(value);
+  }
+  return false;
 }
 
 }  // namespace zelvaro::panels

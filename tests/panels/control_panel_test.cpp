@@ -19,6 +19,7 @@
 #include "tests/app/x_pointer.h"
 #include "tests/engine/audio_capture.h"
 #include "tests/support/golden_image.h"
+#include "video/video_renderer.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -53,6 +54,18 @@ Ink InkOf(const QImage& image, Test test) {
     }
   }
   return ink;
+}
+
+// The mean grey of the picture on screen; -1 without one.
+double MeanGrey(const QImage& shown) {
+  if (shown.isNull()) return -1;
+  const QImage image = shown.convertToFormat(QImage::Format_Grayscale8);
+  double sum = 0;
+  for (int y = 0; y < image.height(); ++y) {
+    const uchar* line = image.constScanLine(y);
+    for (int x = 0; x < image.width(); ++x) sum += line[x];
+  }
+  return sum / (static_cast<double>(image.width()) * image.height());
 }
 
 bool IsWhite(const QColor& c) {
@@ -341,8 +354,21 @@ class ControlPanelTest : public QObject {
 
   void pictureSlidersStoreTheirValueAndResetToTheMiddle() {
     QVERIFY(window_->OpenFile(test::PatternClip()));
+    graph_->Pause();
     panel_->Show(true);
     panel_->SelectTab(1);
+    // Brightness: the paused picture on screen darkens, then comes back.
+    const auto grey = [&] { return MeanGrey(window_->videoWindow()->DisplayedImage()); };
+    QTRY_VERIFY_WITH_TIMEOUT(grey() >= 0, kWaitMs);
+    const double plain = grey();
+    Slide(9020, 50);
+    QCOMPARE(graph_->Brightness(), -50);
+    QCOMPARE(Text(9021), QStringLiteral("-50"));
+    QTRY_VERIFY_WITH_TIMEOUT(grey() < plain - 30, kWaitMs);
+    Click(9022);
+    QCOMPARE(graph_->Brightness(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(std::fabs(grey() - plain) < 2, kWaitMs);
+
     struct Row {
       int slider, label, reset, position;
       const char* shown;
