@@ -165,9 +165,12 @@ QLineEdit* MakePanelEdit(const QString& text, QWidget* parent) {
   auto* edit = new QLineEdit(text, parent);
   edit->setReadOnly(true);
   edit->setAlignment(Qt::AlignCenter);
-  edit->setFrame(false);
-  edit->setPalette(PanelPalette(edit->palette()));
-  edit->setAutoFillBackground(true);
+  // A sheet rather than a palette: the style's frame would ignore the
+  // border colour.
+  edit->setStyleSheet(
+      QStringLiteral("QLineEdit { background: %1; color: %2; border: 1px solid %3; }")
+          .arg(chrome::kPanelEditBackground.name(), chrome::kPanelText.name(),
+               chrome::kPanelBorder.name()));
   return edit;
 }
 
