@@ -70,7 +70,7 @@ void PanelSlider::paintEvent(QPaintEvent*) {
   const QRect track(half, trackTop, width() - 2 * half, trackHeight);
   painter.fillRect(track, chrome::kPanelSliderTrack);
   painter.fillRect(QRect(track.left(), trackTop, thumb.center().x() - track.left(), trackHeight),
-                   chrome::kPanelSliderFilled);
+                   isEnabled() ? chrome::kPanelSliderFilled : chrome::kPanelSliderTicks);
   const int tickHeight = Scaled(kTickHeight);
   for (int tick = 0; tick < kTickCount; ++tick) {
     const int x = track.left() + tick * (track.width() - 1) / (kTickCount - 1);

@@ -80,7 +80,12 @@ bool ControlPanelWindow::Create(MainWindow* mainWindow) {
     groups_[static_cast<size_t>(tab)] = group;
   }
   for (const ControlSpec& spec : ControlPanelControls()) CreateControl(spec);
-  UpdateNormalizeEnabled();
+  // Start values, before any engine is read: full volume, neutral picture,
+  // the audio group as stored.
+  SetQuietly(Slider(9010), 100);
+  for (const PictureRow& row : kPictureRows) SetQuietly(Slider(row.slider), kPictureSliderCentre);
+  RefreshAudio();
+  RefreshSubtitle();
 
   // Placement: the stored point kept reachable on its monitor, else beside
   // the owner's right edge.

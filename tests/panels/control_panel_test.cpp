@@ -6,6 +6,7 @@
 // image of each tab.
 
 #include "app/commands.h"
+#include "app/dpi.h"
 #include "app/messages.h"
 #include "chrome/toolbar_window.h"
 #include "engine/graph_manager.h"
@@ -402,6 +403,23 @@ class ControlPanelTest : public QObject {
                    QStringLiteral("panels/golden/control_panel_tab%1_1x.png").arg(tab), &why),
                qPrintable(why));
     }
+    // At twice the scale every length doubles; one tab says so. The scale
+    // is the process's, fixed for a run: it stays for the paint.
+    DpiScale = 2.0f;
+    QImage doubledImage;
+    {
+      ControlPanelWindow doubled(nullptr);
+      if (doubled.Create(nullptr) && doubled.size() == QSize(680, 560)) {
+        doubled.SelectTab(2);
+        doubledImage = doubled.grab().toImage();
+      }
+    }
+    DpiScale = 1.0f;
+    QVERIFY(!doubledImage.isNull());
+    QString why;
+    QVERIFY2(test::MatchesGolden(doubledImage,
+                                 QStringLiteral("panels/golden/control_panel_tab2_2x.png"), &why),
+             qPrintable(why));
   }
 
  private:
