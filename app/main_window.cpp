@@ -6,8 +6,6 @@
 #include "app/dpi.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
-#include "app/subtitle_overlay_adapter.h"
-#include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "app/window_placement.h"
 #include "chrome/chrome_paint.h"
@@ -22,6 +20,8 @@
 #include "library/playlist_database.h"
 #include "library/playlist_model.h"
 #include "panels/playlist_window.h"
+#include "video/subtitle_overlay_adapter.h"
+#include "video/video_renderer.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -189,6 +189,7 @@ bool MainWindow::Create() {
 
   RestorePlacement();
   LayoutChildren();
+  CreateControlPanel();
   return true;
 }
 
@@ -358,9 +359,9 @@ void MainWindow::Destroy() {
 }
 
 void MainWindow::SavePanels() {
-  // The control panel saves its state here as it joins the window.
   SavePlaylistPanel();
   SaveLyricsPanel();
+  SaveControlPanel();
 }
 
 void MainWindow::SaveWindowAndSettings() {
@@ -411,6 +412,7 @@ void MainWindow::EnterFullscreen() {
   showToolbar_ = false;
   DockBars(true);
   HideLyricsForFullscreen();
+  HideControlPanelForFullscreen();
   // The whole monitor of the window, not its work area; said outright as
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
@@ -437,9 +439,10 @@ void MainWindow::LeaveFullscreen() {
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
   for (const auto& dock : docks_) dock->RestoreAfterFullscreen();
+  RestoreLyricsAfterFullscreen();
+  RestoreControlPanelAfterFullscreen();
   // Keys come back to the window, not to a panel shown again. Wayland lets
   // no client take the focus by itself (and says so on every attempt).
-  RestoreLyricsAfterFullscreen();
   if (ClientPlacesWindows()) activateWindow();
   setFocus();
 }

@@ -58,6 +58,7 @@ class ThumbnailGenerator;
 class VideoRenderer;
 namespace panels {
 class PlaylistWindow;
+class ControlPanelWindow;
 }  // namespace panels
 namespace chrome {
 class TitleBarWindow;
@@ -148,6 +149,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void SetFavoriteGroupPicker(FavoriteGroupPicker picker) {
     pickFavoriteGroup_ = std::move(picker);
   }
+
+  // The control panel's A-B buttons changed the marks: the seek bar shows them.
+  void OnMarksChanged() { UpdateMarks(); }
+  panels::ControlPanelWindow* controlPanel() const { return controlPanel_; }
 
   GraphManager* graph() const { return graph_.get(); }
   VideoRenderer* videoWindow() const { return videoWindow_; }
@@ -293,6 +298,17 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   MenuModel ContextModel() const;
   void SelectSubtitleTrack(int index);
 
+  // main_window_control_panel.cpp
+  void CreateControlPanel();
+  void ToggleControlPanel();
+  void SaveControlPanel();
+  // Fullscreen hides a shown panel and brings it back after.
+  void HideControlPanelForFullscreen();
+  void RestoreControlPanelAfterFullscreen();
+  // Shows in an open panel what a key, a menu or the engine changed.
+  void RefreshControlPanel();
+  void RefreshControlPanelTexts();
+
   // main_window_input.cpp
   void OnTimer(int id);
   void UpdateFullscreenBars();
@@ -324,6 +340,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   chrome::ToolbarWindow* toolbar_ = nullptr;
   std::unique_ptr<ThumbnailGenerator> thumbnailGenerator_;
   OsdOverlay* osdOverlay_ = nullptr;  // a child of the video window
+  panels::ControlPanelWindow* controlPanel_ = nullptr;  // an owned tool window
+  bool controlPanelWasVisible_ = false;
 
   // main_window_playlist.cpp: the playlist panel and the favourites dialog.
   void CreatePlaylistPanel();

@@ -3,13 +3,13 @@
 // every position tick.
 
 #include "app/main_window.h"
-#include "app/video_renderer.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_window.h"
 #include "engine/graph_manager.h"
 #include "engine/thumbnail_generator.h"
 #include "library/file_time.h"
 #include "subtitles/subtitle_manager.h"
+#include "video/video_renderer.h"
 
 #include <algorithm>
 

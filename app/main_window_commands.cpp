@@ -73,6 +73,7 @@ void MainWindow::OnCommand(int id) {
   // Whatever the command changed (volume, mute, speed, marks, play state,
   // subtitles) shows on the toolbar at once, not at the next tick.
   SyncToolbar();
+  RefreshControlPanel();
 }
 
 void MainWindow::RunCommand(int id) {
@@ -324,6 +325,10 @@ void MainWindow::RunCommand(int id) {
     case ID_KEY_MAXIMIZE:
       ToggleMaximize();
       break;
+    case ID_CONTROL_PANEL:
+    case ID_KEY_CONTROL_PANEL:
+      ToggleControlPanel();
+      break;
     case ID_LYRICS_PANEL:
     case ID_KEY_LYRICS_PANEL:
       ToggleLyricsPanel();
@@ -515,8 +520,8 @@ void MainWindow::ClearMarks() {
 }
 
 void MainWindow::UpdateMarks() {
-  // The control panel shows the marks too once it joins the window.
   SyncToolbar();
+  RefreshControlPanel();
 }
 
 bool MainWindow::ContinueFromMarkA() {
@@ -613,6 +618,7 @@ void MainWindow::ApplySettings() {
     graph_->SetNormalize(normalize, recover, static_cast<float>(factor / 100.0));
     graph_->SetBoost(static_cast<float>(boost / 100.0 + 1.0));
   }
+  RefreshControlPanelTexts();
   update();
 }
 

@@ -49,7 +49,7 @@ bool MainWindow::OnKeyDown(int key, Qt::KeyboardModifiers modifiers) {
       ToggleFullscreen();
       return true;
     case Qt::Key_F10:
-      // The control panel is shown and hidden here once it joins the window.
+      ToggleControlPanel();
       return true;
     case Qt::Key_F11:
       ToggleLyricsPanel();
@@ -108,6 +108,9 @@ void MainWindow::OnTimer(int id) {
       SyncToolbar();
       if (graph_) graph_->CheckABRepeat();
       UpdateLyricsLine();
+      // Whatever changed by other ways (the toolbar, the wheel, MPRIS)
+      // shows in an open panel within a tick.
+      RefreshControlPanel();
       break;
     case 1005:
       UpdateFullscreenBars();

@@ -92,6 +92,9 @@ qintptr MainWindow::OnPlayerMessage(int message, qintptr wParam, qintptr lParam)
     case WM_PLAYER_TOGGLE_FULLSCREEN:
       ToggleFullscreen();
       return 0;
+    case WM_PLAYER_TOGGLE_CONTROL_PANEL:
+      ToggleControlPanel();
+      return 0;
     case WM_PLAYER_PLAY_INDEX:
       PlayIndex(static_cast<int>(wParam));
       return 0;

@@ -7,13 +7,13 @@
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/url_dialog.h"
-#include "app/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
 #include "foundation/media_types.h"
 #include "foundation/shell_paths.h"
 #include "library/file_time.h"
 #include "library/playlist_model.h"
+#include "video/video_renderer.h"
 
 #include <QClipboard>
 #include <QFileDialog>

@@ -10,10 +10,10 @@
 //                            [--decoder-threads N] [clip.mp4]
 //        bench_playback_seek --list-targets   (the default targets, comma-separated)
 
-#include "app/video_renderer.h"
 #include "bench/playback_support.h"
 #include "engine/graph_manager.h"
 #include "engine/keyframe_table.h"
+#include "video/video_renderer.h"
 
 #include <QApplication>
 #include <QWindow>

@@ -12,11 +12,11 @@
 //        bench_playback_window --which-path   (the path the renderer takes here, unforced)
 // Without --path, the OpenGL path (when there is one) and then the QPainter path.
 
-#include "app/video_gl_surface.h"
-#include "app/video_renderer.h"
 #include "bench/playback_support.h"
 #include "engine/graph_events.h"
 #include "engine/graph_manager.h"
+#include "video/video_gl_surface.h"
+#include "video/video_renderer.h"
 
 #include <QApplication>
 #include <QOffscreenSurface>

@@ -4,11 +4,11 @@
 // and the whole way from PresentFrame to a painted window. Without a display
 // it says so and exits 0.
 
-#include "app/video_gl_drawer.h"
 #include "bench/playback_support.h"
-#include "app/video_gl_surface.h"
-#include "app/video_renderer.h"
-#include "app/yuv_convert.h"
+#include "video/video_gl_drawer.h"
+#include "video/video_gl_surface.h"
+#include "video/video_renderer.h"
+#include "video/yuv_convert.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

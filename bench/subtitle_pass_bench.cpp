@@ -10,13 +10,13 @@
 //
 // Usage: bench_subtitle_pass [--path opengl|painter] [--frames 250]
 
-#include "app/subtitle_overlay_adapter.h"
-#include "app/video_gl_surface.h"
-#include "app/video_painter.h"
-#include "app/video_renderer.h"
 #include "bench/playback_support.h"
 #include "engine/graph_manager.h"
 #include "subtitles/subtitle_manager.h"
+#include "video/subtitle_overlay_adapter.h"
+#include "video/video_gl_surface.h"
+#include "video/video_painter.h"
+#include "video/video_renderer.h"
 
 #include <QApplication>
 #include <QDir>
@@ -26,7 +26,6 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QWindow>
-
 
 #include <algorithm>
 #include <cstdio>
@@ -48,8 +47,6 @@ double ClockSeconds(clockid_t clock) {
   clock_gettime(clock, &now);
   return now.tv_sec + now.tv_nsec / 1e9;
 }
-
-
 
 QString WriteFile(const PrivateHome& home, const QString& name, const QByteArray& bytes) {
   const QString path = QDir(home.Root()).filePath(name);

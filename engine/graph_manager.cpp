@@ -285,6 +285,7 @@ bool GraphManager::AdoptBuildResult(const GraphBuildResult& result) {
       QSize client = videoWindowHandle_->ClientSize();
       SetVideoPosition(0, 0, client.width(), client.height());
       ApplyOrientation();
+      ResetRendererProcAmp();
     } else {
       videoWindowHandle_->ClearFrame();
     }
@@ -317,6 +318,7 @@ void GraphManager::Close() {
   keyframes_.clear();
   abRepeat_.Clear();
   ClearSubtitles();
+  procAmpReady_ = false;
   if (graph_) {
     graph_->SetVideoOutput(nullptr);
     if (videoWindowHandle_ != nullptr) videoWindowHandle_->ClearFrame();
@@ -483,7 +485,10 @@ void GraphManager::ApplyOrientation() {
 
 bool GraphManager::SetVideoPosition(int, int, int width, int height) {
   if (!graph_ || videoWindowHandle_ == nullptr) return false;
-  videoWindowHandle_->SetDestinationRect(LetterboxRect(graph_->NativeVideoSize(), width, height));
+  // A quarter turn shows the picture on its side: letterbox that shape.
+  QSize native = graph_->NativeVideoSize();
+  if (rotation_ % 180 != 0) native.transpose();
+  videoWindowHandle_->SetDestinationRect(LetterboxRect(native, width, height));
   return true;
 }
 

@@ -42,6 +42,7 @@
 #include "engine/decoder_info.h"
 #include "engine/decoder_policy.h"
 #include "engine/graph_events.h"
+#include "engine/proc_amp.h"
 
 #include <QRect>
 #include <QSize>
@@ -127,6 +128,26 @@ class GraphManager {
   // The picture's native size (pixel aspect applied, before any rotation);
   // false while no frame has told it.
   bool GetVideoSize(int* width, int* height) const;
+
+  // Colour controls (video_control.cpp), user values: brightness, contrast
+  // and saturation -100..100, hue -180..180 degrees, 0 leaving the picture
+  // untouched. Each setter clamps, stores (the values survive Close), reads
+  // the renderer's ranges when they are not read yet, and applies all four;
+  // the result is ApplyProcAmp's, false without a video graph. A new graph's
+  // renderer starts at its defaults: nothing reapplies them until the next
+  // setter or ApplyProcAmp.
+  int Brightness() const { return brightness_; }
+  int Contrast() const { return contrast_; }
+  int Saturation() const { return saturation_; }
+  int Hue() const { return hue_; }
+  bool SetBrightness(int value);
+  bool SetContrast(int value);
+  bool SetSaturation(int value);
+  bool SetHue(int value);
+  // True when the renderer gave all four ranges; procAmpReady until Close.
+  bool ReadProcAmpRanges();
+  // The four values mapped on the ranges, sent at once; needs the ranges.
+  bool ApplyProcAmp();
 
   // Audio control (audio_control.cpp). Volume 0.0 to 1.0 on a decibel
   // curve (VolumeLevel); true when the graph took it.
@@ -237,6 +258,10 @@ class GraphManager {
   void CancelPendingOpen();
   void ScanKeyframes(const QString& path);
   void ApplyOrientation();
+  // The picture controls of a new graph: its renderer's defaults.
+  void ResetRendererProcAmp();
+  // The renderer of a video graph stands: the analog of the video processor.
+  bool HasVideoProcessor() const;
   void ApplyAudioSettings();
   // Volume, mute, normalisation and boost as the next graph's audio stages
   // are made with them.
@@ -264,6 +289,15 @@ class GraphManager {
   int rotation_ = 0;
   bool flipHorizontal_ = false;
   bool flipVertical_ = false;
+  int brightness_ = 0;
+  int contrast_ = 0;
+  int saturation_ = 0;
+  int hue_ = 0;
+  bool procAmpReady_ = false;
+  ProcAmpRange brightnessRange_;
+  ProcAmpRange contrastRange_;
+  ProcAmpRange hueRange_;
+  ProcAmpRange saturationRange_;
   int hwAccel_ = kHwAccelDefault;
   bool normalizeEnabled_ = true;
   bool normalizeRecover_ = true;

@@ -9,6 +9,7 @@
 // schedules a repaint with a queued call). Everything else is called on the
 // interface thread.
 
+#include "engine/proc_amp.h"
 #include "engine/video_frame.h"
 
 #include <QImage>
@@ -38,10 +39,23 @@ class VideoOutput {
   // Named settings of the renderer. "rotation": degrees clockwise (0, 90,
   // 180, 270). "flip": horizontal mirror (a vertical one is composed by the
   // engine from a half turn and this). "cmd_redraw": set true to repaint the
-  // current frame. The colour controls join later. False for a name or value
-  // the renderer does not take.
+  // current frame. False for a name or value the renderer does not take.
   virtual bool SetInt(std::string_view name, int value) = 0;
   virtual bool SetBool(std::string_view name, bool value) = 0;
+
+  // The colour controls (proc_amp.h): the range of one control (a single
+  // ProcAmpFlag), and new values for the controls named in `flags`, the
+  // others kept. A renderer without them answers false to both.
+  virtual bool GetProcAmpRange(unsigned flag, ProcAmpRange* range) {
+    (void)flag;
+    (void)range;
+    return false;
+  }
+  virtual bool SetProcAmpValues(unsigned flags, const ProcAmpValues& values) {
+    (void)flags;
+    (void)values;
+    return false;
+  }
 
   // "displayedImage": what the renderer last showed, as it appears on screen
   // (rotation, mirroring and overlays applied). Null when nothing was shown.

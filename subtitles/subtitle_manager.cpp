@@ -272,6 +272,22 @@ bool SubtitleManager::ReloadSubtitle() {
   return LoadSubtitleLocked(path);
 }
 
+bool SubtitleManager::ReloadSubtitleAsync(std::function<void(bool)> done) {
+  QString path;
+  {
+    std::lock_guard lock(stateMutex_);
+    if (!initialized_ || currentTrack_ < 0 || currentTrack_ >= static_cast<int32_t>(tracks_.size()))
+      return false;
+    path = tracks_[static_cast<size_t>(currentTrack_)].Path;
+    // The load takes the provider's style, so the settings' go there first.
+    SubtitleStyle style = provider_->GetStyle();
+    LoadSubtitleStyle(&style);
+    provider_->SetStyle(style);
+  }
+  LoadSubtitleAsync(path, std::move(done));
+  return true;
+}
+
 void SubtitleManager::SetDelay(int64_t delayMs) {
   std::lock_guard operation(operationMutex_);
   std::shared_ptr<CSubPicQueue> queue;

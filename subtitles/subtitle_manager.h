@@ -93,6 +93,10 @@ class SubtitleManager {
   // Reads the current track again with the style from the settings: how a
   // style change reaches the screen. ASS files keep their own styles.
   bool ReloadSubtitle();
+  // ReloadSubtitle on the worker, as LoadSubtitleAsync does a load: the
+  // style from the settings is in force at once, the track read again with
+  // it shows when ready. False, and nothing started, without a track.
+  bool ReloadSubtitleAsync(std::function<void(bool loaded)> done);
   // Absolute delay in milliseconds; positive shows the subtitles earlier.
   void SetDelay(int64_t delayMs);
   // The provider's delay; 0 when not initialised.

@@ -4,7 +4,6 @@
 // the screen.
 
 #include "app/dpi.h"
-#include "app/video_renderer.h"
 #include "chrome/chrome_palette.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_geometry.h"
@@ -12,6 +11,7 @@
 #include "engine/graph_manager.h"
 #include "tests/app/shell_test_support.h"
 #include "tests/app/x_pointer.h"
+#include "video/video_renderer.h"
 
 #include <QScreen>
 

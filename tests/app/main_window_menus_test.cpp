@@ -10,7 +10,6 @@
 
 #include "app/commands.h"
 #include "app/favorite_menu_ids.h"
-#include "app/video_renderer.h"
 #include "chrome/chrome_palette.h"
 #include "chrome/dark_menu.h"
 #include "engine/graph_manager.h"
@@ -21,6 +20,7 @@
 #include "tests/app/shell_test_support.h"
 #include "tests/app/x_pointer.h"
 #include "tests/support/golden_image.h"
+#include "video/video_renderer.h"
 
 #include <QMenu>
 #include <QPainter>

@@ -5,13 +5,13 @@
 #include "app/main_window.h"
 #include "app/application.h"
 #include "app/commands.h"
-#include "app/video_renderer.h"
 #include "app/window_globals.h"
 #include "engine/graph_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
+#include "video/video_renderer.h"
 
 #include <QDir>
 #include <QFile>

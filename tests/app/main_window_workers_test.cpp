@@ -3,12 +3,12 @@
 // on the network; album art arrives as an owned picture; the OSD line lands
 // on the video picture and is driven by the window's own timers.
 
-#include "app/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "foundation/download.h"
 #include "foundation/language_manager.h"
 #include "tests/app/shell_test_support.h"
 #include "tests/support/http_test_server.h"
+#include "video/video_renderer.h"
 
 #include <QFile>
 #include <QScreen>

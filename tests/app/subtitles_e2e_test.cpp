@@ -7,14 +7,14 @@
 // on exactly the frames of its cue" is a property of each picture, whatever
 // time stamps the engine believes.
 
-#include "app/subtitle_overlay_adapter.h"
-#include "app/video_gl_surface.h"
-#include "app/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "subtitles/subtitle_manager.h"
 #include "tests/support/temp_home.h"
+#include "video/subtitle_overlay_adapter.h"
+#include "video/video_gl_surface.h"
+#include "video/video_renderer.h"
 
 #include <QElapsedTimer>
 #include <QFile>

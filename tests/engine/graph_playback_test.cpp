@@ -398,7 +398,8 @@ TEST_F(GraphPlaybackTest, RendererSettingsFollowRotationAndFlips) {
 
   output.ForgetSettings();
   graph.RefreshVideoPosition();
-  EXPECT_EQ(output.DestinationRect(), QRect(240, 0, 1440, 1080));
+  // Turned a quarter, the 4:3 picture is letterboxed as 3:4.
+  EXPECT_EQ(output.DestinationRect(), QRect(555, 0, 810, 1080));
   ASSERT_EQ(output.Settings().size(), 1u);
   EXPECT_EQ(output.Settings()[0], std::make_pair(std::string("cmd_redraw"), 1));
 }

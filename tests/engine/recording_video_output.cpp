@@ -38,6 +38,35 @@ bool RecordingVideoOutput::SetBool(std::string_view name, bool value) {
   return true;
 }
 
+bool RecordingVideoOutput::GetProcAmpRange(unsigned flag, ProcAmpRange* range) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  const int index = flag == kProcAmpBrightness   ? 0
+                    : flag == kProcAmpContrast   ? 1
+                    : flag == kProcAmpHue        ? 2
+                    : flag == kProcAmpSaturation ? 3
+                                                 : -1;
+  if (index < 0 || size_t(index) >= procAmpRanges_.size()) return false;
+  *range = procAmpRanges_[index];
+  return true;
+}
+
+bool RecordingVideoOutput::SetProcAmpValues(unsigned flags, const ProcAmpValues& values) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  if (procAmpRanges_.empty() || flags != kProcAmpAll) return false;
+  procAmpCalls_.push_back(values);
+  return true;
+}
+
+void RecordingVideoOutput::SetProcAmpRanges(const std::vector<ProcAmpRange>& ranges) {
+  std::lock_guard<std::mutex> guard(mutex_);
+  procAmpRanges_ = ranges;
+}
+
+std::vector<ProcAmpValues> RecordingVideoOutput::ProcAmpCalls() const {
+  std::lock_guard<std::mutex> guard(mutex_);
+  return procAmpCalls_;
+}
+
 int RecordingVideoOutput::FrameCount() const {
   std::lock_guard<std::mutex> guard(mutex_);
   return frameCount_;

@@ -27,6 +27,12 @@ class RecordingVideoOutput : public VideoOutput {
   bool SetInt(std::string_view name, int value) override;
   bool SetBool(std::string_view name, bool value) override;
   QImage DisplayedImage() override { return {}; }
+  // Colour controls on the ranges set with SetProcAmpRanges (none: refused).
+  bool GetProcAmpRange(unsigned flag, ProcAmpRange* range) override;
+  bool SetProcAmpValues(unsigned flags, const ProcAmpValues& values) override;
+  // Brightness, contrast, hue, saturation, as the renderer orders them.
+  void SetProcAmpRanges(const std::vector<ProcAmpRange>& ranges);
+  std::vector<ProcAmpValues> ProcAmpCalls() const;
 
   int FrameCount() const;
   VideoFramePtr LastFrame() const;
@@ -44,6 +50,8 @@ class RecordingVideoOutput : public VideoOutput {
   int clearCount_ = 0;
   QRect destination_;
   std::vector<std::pair<std::string, int>> settings_;
+  std::vector<ProcAmpRange> procAmpRanges_;
+  std::vector<ProcAmpValues> procAmpCalls_;
 };
 
 // Runs the Qt event loop in short slices until `condition` holds or

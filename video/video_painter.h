@@ -3,7 +3,7 @@
 // (the same matrix the shader applies) and painted with QPainter under the
 // same geometry. Interface thread only.
 
-#include "app/video_scene.h"
+#include "video/video_scene.h"
 
 #include <QImage>
 #include <QPoint>

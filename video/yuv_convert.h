@@ -13,18 +13,28 @@
 
 namespace zelvaro {
 
-// The user's colour controls; 0 is neutral for each. Brightness, contrast
-// and saturation run from -100 to 100, hue from -180 to 180 degrees.
+// The colour controls in the renderer's own units, each with its range
+// below. Brightness is added to every channel, in levels of 255; contrast
+// scales about mid grey; saturation scales the chroma, hue turns it by
+// degrees. The defaults change nothing: the matrix is then the stream's.
 struct ColorControls {
-  int brightness = 0;
-  int contrast = 0;
-  int hue = 0;
-  int saturation = 0;
+  double brightness = 0.0;
+  double contrast = 1.0;
+  double hue = 0.0;
+  double saturation = 1.0;
   bool operator==(const ColorControls&) const = default;
 };
 
-inline constexpr int kColorControlLimit = 100;
-inline constexpr int kHueLimitDeg = 180;
+struct ColorControlRange {
+  double minValue;
+  double maxValue;
+  double defaultValue;
+  double step;
+};
+inline constexpr ColorControlRange kBrightnessRange{-100.0, 100.0, 0.0, 1.0};
+inline constexpr ColorControlRange kContrastRange{0.0, 2.0, 1.0, 0.01};
+inline constexpr ColorControlRange kHueRangeDeg{-180.0, 180.0, 0.0, 1.0};
+inline constexpr ColorControlRange kSaturationRange{0.0, 2.0, 1.0, 0.01};
 
 // rgb = m * (y, u, v, 1), where y, u and v are the stored samples scaled to
 // 0..1 (a byte divided by 255) and rgb comes out in 0..1, to be clamped.

@@ -15,7 +15,7 @@
 // GraphManager is borrowed: it must outlive the renderer's paints, or the
 // owner calls DisconnectSubtitleOverlay before it goes.
 
-#include "app/subtitle_overlay_source.h"
+#include "video/subtitle_overlay_source.h"
 
 #include <QObject>
 

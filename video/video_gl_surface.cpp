@@ -1,7 +1,7 @@
-#include "app/video_gl_surface.h"
+#include "video/video_gl_surface.h"
 
-#include "app/palette.h"
 #include "foundation/trace.h"
+#include "video/video_palette.h"
 
 #include <QGuiApplication>
 #include <QOffscreenSurface>

@@ -1,10 +1,10 @@
-#include "app/video_gl_drawer.h"
+#include "video/video_gl_drawer.h"
 
-#include "app/palette.h"
-#include "app/video_geometry.h"
-#include "app/video_gl_surface.h"
-#include "app/yuv_shaders.h"
 #include "foundation/trace.h"
+#include "video/video_geometry.h"
+#include "video/video_gl_surface.h"
+#include "video/video_palette.h"
+#include "video/yuv_shaders.h"
 
 #include <QMatrix4x4>
 #include <QOpenGLContext>

@@ -1,4 +1,9 @@
 #pragma once
+// The door of video/: the shell hosts a VideoRenderer and hands it to the
+// engine as its VideoOutput, and connects the engine's subtitles with
+// video/subtitle_overlay_adapter.h; the other headers of the folder are the
+// renderer's own parts (benchmarks and tests reach into them).
+//
 // VideoRenderer: the widget that shows the engine's frames, behind the
 // engine's VideoOutput interface. It owns the newest frame, the picture
 // geometry and the named settings, and shows them with OpenGL (a
@@ -25,10 +30,11 @@
 //
 // Named settings: "rotation" (int: 0, 90, 180, 270, clockwise), "flip"
 // (bool: left-right mirror of the picture as seen on screen, after the
-// turn), "cmd_redraw" (bool: true repaints the last frame), "brightness",
-// "contrast", "saturation" (int: -100..100) and "hue" (int: -180..180
-// degrees), 0 being neutral. Every change repaints at once, so a paused
-// picture follows the controls.
+// turn), "cmd_redraw" (bool: true repaints the last frame). The colour
+// controls come through GetProcAmpRange and SetProcAmpValues, in the units
+// and ranges of yuv_convert.h (ColorControls), and are folded into the one
+// conversion matrix both paths apply, so they cost nothing per pixel. Every
+// change repaints at once, so a paused picture follows the controls.
 //
 // Children. On the QPainter path child widgets (the OSD line) paint over the
 // picture as anywhere else. On the OpenGL path the picture is a native window
@@ -46,10 +52,10 @@
 // standard output ("zelvaro-first-frame-shown monotonic_ns=<CLOCK_MONOTONIC>")
 // and the application quits: the launch benchmark's finish line.
 
-#include "app/video_painter.h"
-#include "app/video_scene.h"
-#include "app/yuv_convert.h"
 #include "engine/video_output.h"
+#include "video/video_painter.h"
+#include "video/video_scene.h"
+#include "video/yuv_convert.h"
 
 #include <QWidget>
 
@@ -77,6 +83,8 @@ class VideoRenderer : public QWidget, public VideoOutput {
   void SetDestinationRect(const QRect& rect) override;
   bool SetInt(std::string_view name, int value) override;
   bool SetBool(std::string_view name, bool value) override;
+  bool GetProcAmpRange(unsigned flag, ProcAmpRange* range) override;
+  bool SetProcAmpValues(unsigned flags, const ProcAmpValues& values) override;
   // The last shown picture at its display size (pixel aspect and rotation
   // applied, longest side at most kMaxReadBackSide), mirrored and with the
   // overlay as on screen, without the letterbox bars. RGB32; null when no

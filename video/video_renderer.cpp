@@ -1,9 +1,9 @@
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 
-#include "app/subtitle_overlay_source.h"
-#include "app/video_geometry.h"
-#include "app/video_gl_surface.h"
 #include "foundation/trace.h"
+#include "video/subtitle_overlay_source.h"
+#include "video/video_geometry.h"
+#include "video/video_gl_surface.h"
 
 #include <QBackingStore>
 #include <QChildEvent>
@@ -13,18 +13,12 @@
 #include <QResizeEvent>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <utility>
 
 namespace zelvaro {
-namespace {
-
-bool InRange(int value, int limit) {
-  return value >= -limit && value <= limit;
-}
-
-}  // namespace
 
 VideoRenderer::VideoRenderer(QWidget* parent) : QWidget(parent) {
   setAttribute(Qt::WA_OpaquePaintEvent);
@@ -108,18 +102,51 @@ bool VideoRenderer::SetInt(std::string_view name, int value) {
   if (name == "rotation") {
     if (!IsRightAngleRotation(value)) return false;
     rotationDeg_ = value;
-  } else if (name == "brightness" && InRange(value, kColorControlLimit)) {
-    colorControls_.brightness = value;
-  } else if (name == "contrast" && InRange(value, kColorControlLimit)) {
-    colorControls_.contrast = value;
-  } else if (name == "saturation" && InRange(value, kColorControlLimit)) {
-    colorControls_.saturation = value;
-  } else if (name == "hue" && InRange(value, kHueLimitDeg)) {
-    colorControls_.hue = value;
   } else {
     return false;
   }
   RequestRepaint();
+  return true;
+}
+
+bool VideoRenderer::GetProcAmpRange(unsigned flag, ProcAmpRange* range) {
+  const ColorControlRange* own = nullptr;
+  switch (flag) {
+    case kProcAmpBrightness:
+      own = &kBrightnessRange;
+      break;
+    case kProcAmpContrast:
+      own = &kContrastRange;
+      break;
+    case kProcAmpHue:
+      own = &kHueRangeDeg;
+      break;
+    case kProcAmpSaturation:
+      own = &kSaturationRange;
+      break;
+    default:
+      return false;
+  }
+  if (range == nullptr) return false;
+  *range = {ProcAmpFromDouble(own->minValue), ProcAmpFromDouble(own->maxValue),
+            ProcAmpFromDouble(own->defaultValue), ProcAmpFromDouble(own->step)};
+  return true;
+}
+
+bool VideoRenderer::SetProcAmpValues(unsigned flags, const ProcAmpValues& values) {
+  if ((flags & ~unsigned(kProcAmpAll)) != 0) return false;
+  ColorControls controls = colorControls_;
+  auto take = [](ProcAmpFixed fixed, const ColorControlRange& range) {
+    return std::clamp(ProcAmpToDouble(fixed), range.minValue, range.maxValue);
+  };
+  if (flags & kProcAmpBrightness) controls.brightness = take(values.brightness, kBrightnessRange);
+  if (flags & kProcAmpContrast) controls.contrast = take(values.contrast, kContrastRange);
+  if (flags & kProcAmpHue) controls.hue = take(values.hue, kHueRangeDeg);
+  if (flags & kProcAmpSaturation) controls.saturation = take(values.saturation, kSaturationRange);
+  if (controls != colorControls_) {
+    colorControls_ = controls;
+    RequestRepaint();
+  }
   return true;
 }
 

@@ -1,4 +1,4 @@
-#include "app/yuv_convert.h"
+#include "video/yuv_convert.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,13 +36,13 @@ Affine RangeExpansion(VideoColorRange range) {
 // Contrast pivots on mid grey so it does not also change the brightness;
 // hue turns the chroma plane, saturation scales it.
 Affine Controls(const ColorControls& controls) {
-  const double contrast =
-      1.0 + std::clamp(controls.contrast, -kColorControlLimit, kColorControlLimit) / 100.0;
-  const double brightness =
-      std::clamp(controls.brightness, -kColorControlLimit, kColorControlLimit) / 255.0;
-  const double saturation =
-      1.0 + std::clamp(controls.saturation, -kColorControlLimit, kColorControlLimit) / 100.0;
-  const double hue = std::clamp(controls.hue, -kHueLimitDeg, kHueLimitDeg) * std::numbers::pi / 180;
+  auto clamp = [](double value, const ColorControlRange& range) {
+    return std::clamp(value, range.minValue, range.maxValue);
+  };
+  const double contrast = clamp(controls.contrast, kContrastRange);
+  const double brightness = clamp(controls.brightness, kBrightnessRange) / 255.0;
+  const double saturation = clamp(controls.saturation, kSaturationRange);
+  const double hue = clamp(controls.hue, kHueRangeDeg) * std::numbers::pi / 180;
   const double cosHue = std::cos(hue) * saturation, sinHue = std::sin(hue) * saturation;
   return {{{contrast, 0, 0, 0.5 * (1 - contrast) + brightness},
            {0, cosHue, -sinHue, 0},

@@ -1,7 +1,7 @@
-#include "app/video_painter.h"
+#include "video/video_painter.h"
 
-#include "app/palette.h"
-#include "app/video_geometry.h"
+#include "video/video_geometry.h"
+#include "video/video_palette.h"
 
 #include <QPainter>
 #include <QRegion>

@@ -12,8 +12,8 @@
 // widgets into the scene instead, and the window takes no input or focus, so
 // clicks, wheel turns, drops and keys reach the widgets beneath as before.
 
-#include "app/video_gl_drawer.h"
-#include "app/video_scene.h"
+#include "video/video_gl_drawer.h"
+#include "video/video_scene.h"
 
 #include <QOpenGLWindow>
 #include <QStringView>

@@ -1,4 +1,4 @@
-#include "app/video_geometry.h"
+#include "video/video_geometry.h"
 
 #include "engine/video_frame.h"
 

@@ -1,4 +1,4 @@
-#include "app/yuv_shaders.h"
+#include "video/yuv_shaders.h"
 
 #include <QOpenGLContext>
 #include <QSurfaceFormat>

@@ -4,11 +4,11 @@
 // hand-made I420 and NV12 frames and read back from the screen, so a picture
 // counts only once it reached the window.
 
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 #include "app/osd_overlay.h"
-#include "app/palette.h"
-#include "app/subtitle_overlay_source.h"
-#include "app/video_gl_surface.h"
+#include "video/subtitle_overlay_source.h"
+#include "video/video_gl_surface.h"
+#include "video/video_palette.h"
 
 #include <QBackingStore>
 #include <QLineEdit>
@@ -641,25 +641,36 @@ void VideoRendererTest::laysTheOverlayOverThePicture() {
 void VideoRendererTest::appliesColourControls() {
   auto renderer = ShowRenderer({320, 240});
   QVERIFY(renderer);
-  const QColor grey(100, 100, 100);
+  const QColor grey(128, 128, 128);
   renderer->PresentFrame(UniformFrame(grey));
   const QRect all(0, 0, 320, 240);
   VERIFY_SHOWN(*renderer, QuadrantProbes(all, {grey, grey, grey, grey}));
+  const QImage untouched = renderer->DisplayedImage();
+  auto set = [&](unsigned flags, double brightness, double contrast, double hue,
+                 double saturation) {
+    return renderer->SetProcAmpValues(
+        flags, {ProcAmpFromDouble(brightness), ProcAmpFromDouble(contrast), ProcAmpFromDouble(hue),
+                ProcAmpFromDouble(saturation)});
+  };
 
-  // Brightness lifts every channel; at 100 by 100 levels.
-  QVERIFY(renderer->SetInt("brightness", 100));
-  const QColor lifted(200, 200, 200);
+  // Brightness lifts every channel by its value in levels.
+  QVERIFY(set(kProcAmpBrightness, 50, 0, 0, 0));
+  const QColor lifted(178, 178, 178);
   VERIFY_SHOWN(*renderer, QuadrantProbes(all, {lifted, lifted, lifted, lifted}));
-  QVERIFY(renderer->SetInt("brightness", 0));
+
+  // The defaults leave every pixel as it was before any control was set.
+  QVERIFY(set(kProcAmpAll, 0, 1, 0, 1));
+  VERIFY_SHOWN(*renderer, QuadrantProbes(all, {grey, grey, grey, grey}));
+  QCOMPARE(renderer->DisplayedImage(), untouched);
 
   // No saturation leaves the luma of the colour: 0.299 R + 0.587 G + 0.114 B.
   renderer->PresentFrame(UniformFrame(kQuadrants[kTopLeft]));
-  QVERIFY(renderer->SetInt("saturation", -100));
+  QVERIFY(set(kProcAmpSaturation, 0, 0, 0, 0));
   const QColor luma(83, 83, 83);
   VERIFY_SHOWN(*renderer, QuadrantProbes(all, {luma, luma, luma, luma}));
 
   // Back to neutral gives the stream's colours again.
-  QVERIFY(renderer->SetInt("saturation", 0));
+  QVERIFY(set(kProcAmpSaturation, 0, 0, 0, 1));
   VERIFY_SHOWN(*renderer,
                QuadrantProbes(all, {kQuadrants[0], kQuadrants[0], kQuadrants[0], kQuadrants[0]}));
 }
@@ -668,13 +679,14 @@ void VideoRendererTest::refusesUnknownSettings() {
   VideoRenderer renderer;
   QVERIFY(!renderer.SetInt("rotation", 45));
   QVERIFY(!renderer.SetInt("rotation", 360));
-  QVERIFY(!renderer.SetInt("brightness", 101));
-  QVERIFY(!renderer.SetInt("hue", -181));
-  QVERIFY(renderer.SetInt("hue", -180));
+  QVERIFY(!renderer.SetInt("brightness", 10));
   QVERIFY(!renderer.SetInt("flip", 1));
   QVERIFY(!renderer.SetBool("rotation", true));
   QVERIFY(!renderer.SetBool("mirror", true));
   QVERIFY(renderer.SetBool("cmd_redraw", false));
+  ProcAmpRange range;
+  QVERIFY(!renderer.GetProcAmpRange(kProcAmpBrightness | kProcAmpHue, &range));
+  QVERIFY(!renderer.SetProcAmpValues(16, {}));
   // Not shown: no area for the engine to letterbox into.
   QVERIFY(renderer.ClientSize().isEmpty());
 }

@@ -1,8 +1,8 @@
-#include "app/subtitle_overlay_adapter.h"
+#include "video/subtitle_overlay_adapter.h"
 
-#include "app/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "subtitles/subtitle_manager.h"
+#include "video/video_renderer.h"
 
 namespace zelvaro {
 

@@ -7,7 +7,7 @@
 // thread. Textures are uploaded only when the frame or the overlay picture
 // changed since the last draw.
 
-#include "app/video_scene.h"
+#include "video/video_scene.h"
 
 #include <QOpenGLBuffer>
 #include <QOpenGLFunctions>

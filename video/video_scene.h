@@ -3,8 +3,8 @@
 // drawn by either the OpenGL or the QPainter path. A plain value; the frame
 // and the overlay are shared, never written.
 
-#include "app/yuv_convert.h"
 #include "engine/video_frame.h"
+#include "video/yuv_convert.h"
 
 #include <QImage>
 #include <QRect>

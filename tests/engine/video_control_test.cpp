@@ -1,0 +1,133 @@
+// The colour controls' mapping and GraphManager's video control on real
+// pipelines into a recording output: what reaches the renderer, and the
+// letterbox of a turned picture.
+
+#include "engine/graph_manager.h"
+#include "engine/proc_amp.h"
+
+#include "tests/engine/recording_video_output.h"
+#include "tests/support/temp_home.h"
+#include "tests/support/test_paths.h"
+
+#include <gtest/gtest.h>
+
+namespace zelvaro {
+namespace {
+
+using test::FixturePath;
+
+ProcAmpRange Range(double minValue, double maxValue, double defaultValue) {
+  return {ProcAmpFromDouble(minValue), ProcAmpFromDouble(maxValue), ProcAmpFromDouble(defaultValue),
+          ProcAmpFromDouble(1)};
+}
+
+TEST(ProcAmpTest, MapsTheUserValueOnEachHalfOfTheRange) {
+  struct Case {
+    ProcAmpRange range;
+    int value;
+    int divisor;
+    ProcAmpFixed expected;
+  };
+  const Case cases[] = {
+      {Range(-100, 100, 0), 50, 100, {0, 50}},
+      {Range(-100, 100, 0), -100, 100, {0, -100}},
+      {Range(0, 2, 1), -50, 100, {0x8000, 0}},
+      {Range(0, 2, 1), 25, 100, {0x4000, 1}},
+      // A default off the middle: 0 is exactly the default, the ends the ends.
+      {Range(0, 10, 1), 0, 100, {0, 1}},
+      {Range(0, 10, 1), 100, 100, {0, 10}},
+      {Range(0, 10, 1), -100, 100, {0, 0}},
+      {Range(0, 10, 1), 50, 100, {0x8000, 5}},
+      {Range(-180, 180, 0), -90, 180, {0, -90}},
+  };
+  for (const Case& c : cases) {
+    const ProcAmpFixed mapped = MapProcAmpValue(c.value, c.range, c.divisor);
+    EXPECT_EQ(mapped, c.expected) << c.value << " on " << ProcAmpToDouble(c.range.minValue) << ".."
+                                  << ProcAmpToDouble(c.range.maxValue);
+  }
+  // A negative value with a fraction keeps the fraction's bits unfloored.
+  EXPECT_EQ(ProcAmpFromDouble(-0.5), (ProcAmpFixed{0x8000, 0}));
+  EXPECT_EQ(ProcAmpFromDouble(-1.25), (ProcAmpFixed{0xC000, -1}));
+}
+
+TEST(ProcAmpTest, ValuesAreClampedAndKeptWithoutAGraph) {
+  GraphManager graph;
+  EXPECT_FALSE(graph.SetBrightness(150));
+  EXPECT_FALSE(graph.SetContrast(-101));
+  EXPECT_FALSE(graph.SetSaturation(7));
+  EXPECT_FALSE(graph.SetHue(-200));
+  EXPECT_EQ(graph.Brightness(), 100);
+  EXPECT_EQ(graph.Contrast(), -100);
+  EXPECT_EQ(graph.Saturation(), 7);
+  EXPECT_EQ(graph.Hue(), -180);
+  EXPECT_FALSE(graph.ReadProcAmpRanges());
+  EXPECT_FALSE(graph.ApplyProcAmp());
+}
+
+class VideoControlTest : public ::testing::Test {
+ protected:
+  test::TempHome home;
+  test::RecordingVideoOutput output{QSize(1000, 1000)};
+  GraphManager graph{&output};
+};
+
+TEST_F(VideoControlTest, SendsTheMappedValuesAndANewGraphStartsAtTheDefaults) {
+  // Brightness with its default off the middle of its range.
+  output.SetProcAmpRanges(
+      {Range(-20, 100, 10), Range(0, 2, 1), Range(-180, 180, 0), Range(0, 2, 1)});
+  ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
+  ASSERT_EQ(output.ProcAmpCalls().size(), 1u);  // the renderer's defaults
+  EXPECT_EQ(output.ProcAmpCalls()[0].brightness, ProcAmpFromInt(10));
+
+  EXPECT_TRUE(graph.SetHue(90));
+  EXPECT_TRUE(graph.SetContrast(-50));
+  ASSERT_EQ(output.ProcAmpCalls().size(), 3u);
+  ProcAmpValues sent = output.ProcAmpCalls().back();
+  EXPECT_EQ(sent.brightness, ProcAmpFromInt(10));  // 0 is exactly the default
+  EXPECT_EQ(sent.contrast, ProcAmpFromDouble(0.5));
+  EXPECT_EQ(sent.hue, ProcAmpFromInt(90));
+  EXPECT_EQ(sent.saturation, ProcAmpFromInt(1));
+  EXPECT_TRUE(graph.SetBrightness(-50));
+  EXPECT_EQ(output.ProcAmpCalls().back().brightness, ProcAmpFromInt(-5));
+
+  // Closed, the values stay and nothing is sent; the next graph's renderer
+  // shows its defaults until a control moves.
+  graph.Close();
+  EXPECT_FALSE(graph.ApplyProcAmp());
+  EXPECT_FALSE(graph.SetSaturation(20));
+  EXPECT_EQ(graph.Hue(), 90);
+  ASSERT_TRUE(graph.OpenFile(FixturePath("pattern_h264_aac.mkv")));
+  EXPECT_EQ(output.ProcAmpCalls().back().hue, ProcAmpFromInt(0));
+  EXPECT_FALSE(graph.ApplyProcAmp());  // the ranges are read again first
+  EXPECT_TRUE(graph.ReadProcAmpRanges());
+  EXPECT_TRUE(graph.ApplyProcAmp());
+  EXPECT_EQ(output.ProcAmpCalls().back().saturation, ProcAmpFromDouble(1.2));
+}
+
+TEST_F(VideoControlTest, LetterboxesTheTurnedPicture) {
+  ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
+  EXPECT_EQ(output.DestinationRect(), QRect(0, 219, 1000, 562));
+  struct Case {
+    int rotation;
+    bool flipVertical;
+    QRect expected;
+  };
+  const Case cases[] = {
+      {90, false, QRect(219, 0, 562, 1000)},
+      {180, false, QRect(0, 219, 1000, 562)},
+      {270, true, QRect(219, 0, 562, 1000)},
+      {0, true, QRect(0, 219, 1000, 562)},
+  };
+  for (const Case& c : cases) {
+    graph.SetFlipVertical(c.flipVertical);
+    EXPECT_TRUE(graph.SetRotation(c.rotation));
+    EXPECT_EQ(output.DestinationRect(), c.expected) << c.rotation;
+  }
+  // The next file is letterboxed turned from the start.
+  graph.SetRotation(90);
+  ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
+  EXPECT_EQ(output.DestinationRect(), QRect(219, 0, 562, 1000));
+}
+
+}  // namespace
+}  // namespace zelvaro
