@@ -43,6 +43,7 @@ class QMenu;
 
 namespace zelvaro {
 
+class DesktopServices;
 class GraphManager;
 class OsdOverlay;
 class PlaylistModel;
@@ -240,6 +241,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void SetToolbarSubtitles(bool present, bool enabled);
   // Previews of the file just opened, when the setting and a video allow.
   void OpenThumbnails(const QString& path);
+  // main_window_desktop.cpp: MPRIS, screen saver and media keys
+  // (desktop_services.h); SyncDesktop runs with every SyncToolbar.
+  void CreateDesktopServices();
+  void SyncDesktop();
   // main_window_wheel.cpp: the wheel's volume steps reach the engine at
   // once and the settings file when the wheel settles (and at exit).
   void SetWheelVolume(double volume);
@@ -284,6 +289,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
   int embeddedSubtitleIndex_ = -1;
+  // Last, so it goes first: it borrows the window and the engine.
+  std::unique_ptr<DesktopServices> desktop_;
 };
 
 }  // namespace zelvaro

@@ -27,9 +27,10 @@ struct GeneralTags {
   QString title;
   QString performer;
   QString durationMs;  // as the library writes it
+  QString album;
 };
 
-// Title, Performer and Duration of the general stream; nothing when the
+// Title, Performer, Duration and Album of the general stream; nothing when the
 // library cannot be loaded or the file cannot be opened.
 std::optional<GeneralTags> ReadGeneralTags(const QString& path);
 
