@@ -1,0 +1,117 @@
+// The screen saver held off while a video plays, against a scripted
+// org.freedesktop.ScreenSaver on the private session bus (no portal there,
+// so the player falls back to it): one Inhibit per stretch of playing video,
+// its cookie handed back on pause, at the end and at exit, none for music.
+
+#include "app/commands.h"
+#include "engine/graph_manager.h"
+#include "tests/app/shell_test_support.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+namespace zelvaro {
+namespace {
+
+constexpr int kWaitMs = 15000;
+
+class FakeScreenSaver {
+ public:
+  FakeScreenSaver() {
+    QObject::connect(&process_, &QProcess::readyReadStandardOutput, [this] {
+      while (process_.canReadLine()) {
+        const QString line = QString::fromUtf8(process_.readLine()).trimmed();
+        if (line == u"ready") {
+          ready_ = true;
+        } else {
+          calls_ << line;
+        }
+      }
+    });
+    // Debian's interpreter, which python3-dbus extends, before any other on PATH.
+    QString python = QStandardPaths::findExecutable(QStringLiteral("python3"), {"/usr/bin"});
+    if (python.isEmpty()) python = QStringLiteral("python3");
+    process_.start(python, {QStringLiteral(ZELVARO_TEST_SOURCE_DIR "/fake_screensaver.py")});
+  }
+  ~FakeScreenSaver() {
+    process_.kill();
+    process_.waitForFinished();
+  }
+  // False with the reason when the service could not start.
+  bool Start(QString* why) {
+    const bool started = QTest::qWaitFor(
+        [this] { return ready_ || process_.state() == QProcess::NotRunning; }, kWaitMs);
+    if (!started || !ready_) {
+      *why = QString::fromUtf8(process_.readAll());
+      return false;
+    }
+    return true;
+  }
+  const QStringList& calls() const { return calls_; }
+
+ private:
+  QProcess process_;
+  bool ready_ = false;
+  QStringList calls_;
+};
+
+class ScreenSaverTest : public QObject {
+  Q_OBJECT
+ private slots:
+  void init() {
+    QString why;
+    service_ = std::make_unique<FakeScreenSaver>();
+    if (!service_->Start(&why)) QSKIP(qPrintable("python3-dbus or python3-gi missing: " + why));
+  }
+  void cleanup() { service_.reset(); }
+
+  void VideoHoldsItWhilePlayingOnly() {
+    test::TempHome home;
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window != nullptr);
+    QVERIFY(window->OpenFile(test::PatternClip()));
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls(), QStringList{"Inhibit 1 zelvaro"}, kWaitMs);
+    window->OnCommand(ID_PLAY_PAUSE);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls().size(), 2, kWaitMs);
+    QCOMPARE(service_->calls().last(), QStringLiteral("UnInhibit 1"));
+    window->OnCommand(ID_PLAY_PAUSE);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls().size(), 3, kWaitMs);
+    QCOMPARE(service_->calls().last(), QStringLiteral("Inhibit 2 zelvaro"));
+    test::StopPlayer();
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls().size(), 4, kWaitMs);
+    QCOMPARE(service_->calls().last(), QStringLiteral("UnInhibit 2"));
+  }
+
+  void TheEndOfTheVideoReleasesIt() {
+    test::TempHome home;
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window != nullptr);
+    QVERIFY(window->OpenFile(test::PatternClip()));
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls().size(), 1, kWaitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->calls().size(), 2, kWaitMs);
+    QCOMPARE(service_->calls().last(), QStringLiteral("UnInhibit 1"));
+    QVERIFY(window->graph()->State() != 2);
+    test::StopPlayer();
+    QCOMPARE(service_->calls().size(), 2);
+  }
+
+  void MusicLetsTheScreenRest() {
+    test::TempHome home;
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window != nullptr);
+    QVERIFY(window->OpenFile(test::FixturePath(QStringLiteral("cover_art.mp3"))));
+    QTRY_VERIFY_WITH_TIMEOUT(window->graph()->GetPosition() > 1.0, kWaitMs);
+    QCOMPARE(window->graph()->State(), 2);
+    test::StopPlayer();
+    QCOMPARE(service_->calls(), QStringList());
+  }
+
+ private:
+  std::unique_ptr<FakeScreenSaver> service_;
+};
+
+}  // namespace
+}  // namespace zelvaro
+
+QTEST_MAIN(zelvaro::ScreenSaverTest)
+#include "screen_saver_test.moc"
