@@ -151,19 +151,29 @@ void MprisService::Refresh() {
 
   // A jump is a position away from where the clock says it should be, on
   // the same track; a new track announces itself by its metadata instead.
-  if (haveBaseline_ && now.trackId == baseline_.trackId && now.trackId != kNoTrack) {
+  // Just after playing starts or stops, and after a jump, the reported
+  // position still settles (clock against shown frame), so that moment only
+  // sets the baseline.
+  const bool settled = baselineSettled_ && now.running == baseline_.running;
+  bool jumped = false;
+  if (haveBaseline_ && now.trackId == baseline_.trackId && now.trackId != kNoTrack &&
+      (settled || jumpRequested_)) {
     const qint64 elapsedUs = sinceBaseline_.nsecsElapsed() / 1000;
     const qint64 expectedUs =
         baseline_.positionUs +
         (baseline_.running ? static_cast<qint64>(static_cast<double>(elapsedUs) * baseline_.rate)
                            : 0);
     const qint64 tolerance = baseline_.running ? kPlayingJumpToleranceUs : kPausedJumpToleranceUs;
-    const bool stopped = now.player.value(QStringLiteral("PlaybackStatus")).toString() == u"Stopped";
+    const bool stopped =
+        now.player.value(QStringLiteral("PlaybackStatus")).toString() == u"Stopped";
     if (jumpRequested_ || (!stopped && std::llabs(now.positionUs - expectedUs) > tolerance)) {
       emit playerAdaptor_->Seeked(now.positionUs);
+      jumped = true;
     }
   }
   jumpRequested_ = false;
+  // A seek lands on the target, then on the frame there.
+  baselineSettled_ = haveBaseline_ && now.running == baseline_.running && !jumped;
   baseline_ = now;
   haveBaseline_ = true;
   sinceBaseline_.start();

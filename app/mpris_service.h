@@ -112,6 +112,7 @@ class MprisService : public QObject {
   QVariantMap pendingPlayer_;
   QTimer sendTimer_;
   bool haveBaseline_ = false;
+  bool baselineSettled_ = false;
   bool jumpRequested_ = false;
   MprisView baseline_;
   QElapsedTimer sinceBaseline_;

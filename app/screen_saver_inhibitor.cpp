@@ -30,20 +30,15 @@ ScreenSaverInhibitor::ScreenSaverInhibitor(QDBusConnection bus) : bus_(std::move
 ScreenSaverInhibitor::~ScreenSaverInhibitor() {
   wanted_ = false;
   exiting_ = true;
-  if (inFlight_ != nullptr) {
-    // Its answer may carry a cookie that must be handed back.
-    inFlight_->waitForFinished();
-    QDBusPendingCallWatcher* watcher = inFlight_;
-    inFlight_ = nullptr;
-    emit watcher->finished(watcher);
-    delete watcher;
-  }
+  // The watcher delivers its answer before this returns; a cookie in it is
+  // handed back at once (exiting_).
+  if (inFlight_ != nullptr) inFlight_->waitForFinished();
   Release(true);
 }
 
 void ScreenSaverInhibitor::SetWanted(bool wanted) {
   wanted_ = wanted;
-  if (asking_ || !bus_.isConnected()) return;
+  if (asking_ || nobodyToAsk_ || !bus_.isConnected()) return;
   if (wanted && via_ == Via::None) {
     AskPortal();
   } else if (!wanted && via_ != Via::None) {
@@ -89,6 +84,8 @@ void ScreenSaverInhibitor::AskScreenSaver() {
     if (reply.isError()) {
       Trace("[Zelvaro] No screen saver to inhibit (%s)\n", qPrintable(reply.error().name()));
       asking_ = false;
+      // Not asked again on every tick of the session.
+      nobodyToAsk_ = true;
       return;
     }
     Granted(Via::ScreenSaver, reply.value(), {});

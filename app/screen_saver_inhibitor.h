@@ -40,6 +40,7 @@ class ScreenSaverInhibitor : public QObject {
   bool wanted_ = false;
   bool asking_ = false;
   bool exiting_ = false;
+  bool nobodyToAsk_ = false;  // neither the portal nor a screen saver answered
   Via via_ = Via::None;
   quint32 cookie_ = 0;
   QDBusObjectPath request_;
