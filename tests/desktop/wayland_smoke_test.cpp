@@ -1,10 +1,14 @@
 // The player under a Wayland compositor: it plays a clip for three seconds,
 // opens its context menu and the playlist panel, and ends cleanly, and Qt
 // never complains of a window operation the compositor does not allow
-// (placing top-level windows, activating them, grabbing without a serial).
+// (placing top-level windows, activating them, grabbing without a serial),
+// and the chrome's popups reach the screen.
 // Run by run_wayland.sh inside a headless weston.
 
 #include "app/messages.h"
+#include "chrome/thumbnail_popup.h"
+#include "chrome/toolbar_window.h"
+#include "chrome/tooltip_window.h"
 #include "engine/graph_manager.h"
 #include "tests/app/shell_test_support.h"
 
@@ -56,6 +60,23 @@ class WaylandSmokeTest : public QObject {
     window->ShowContextMenu(window->mapToGlobal(window->rect().center()));
     closer.stop();
     QVERIFY(menuShown);
+
+    {
+      // The chrome's passive popups: a tip and the seek bar's preview. Their
+      // owner would delete them with itself: they go first.
+      chrome::TooltipWindow tip(window->toolbar());
+      tip.Show(window->toolbar()->mapToGlobal(window->toolbar()->rect().center()),
+               QStringLiteral("Tip"));
+      QVERIFY(QTest::qWaitForWindowExposed(&tip));
+      chrome::ThumbnailPopup preview(window->toolbar());
+      QImage picture(160, 90, QImage::Format_RGB32);
+      picture.fill(Qt::darkCyan);
+      preview.ShowAt(window->toolbar()->mapToGlobal(window->toolbar()->rect().center()), picture,
+                     picture.size(), 10.0, 0.5);
+      QVERIFY(QTest::qWaitForWindowExposed(&preview));
+      tip.Hide();
+      preview.Clear();
+    }
 
     const QWidgetList before = QApplication::topLevelWidgets();
     window->OnPlayerMessage(WM_PLAYER_TOGGLE_PLAYLIST);
