@@ -17,12 +17,14 @@ void ArmDemoCapture(QWidget& window) {
   if (!ok || seconds <= 0) seconds = 4;
   QTimer::singleShot(seconds * 1000, &window, [&window, target] {
     // Grab what the screen shows, so OpenGL content and overlays are included.
+    // Wayland lets no client read the screen: there the window paints itself.
     QScreen* screen = window.screen();
-    QPixmap shot = screen != nullptr
+    QPixmap shot = screen != nullptr && QGuiApplication::platformName() != u"wayland"
                        ? screen->grabWindow(0, window.mapToGlobal(QPoint(0, 0)).x(),
                                          window.mapToGlobal(QPoint(0, 0)).y(), window.width(),
                                          window.height())
-                       : window.grab();
+                       : QPixmap();
+    if (shot.isNull()) shot = window.grab();
     const bool saved = shot.save(target, "PNG");
     std::fprintf(stderr, "%s %s\n", saved ? "Screenshot saved to" : "Could not save screenshot to",
                  qPrintable(target));

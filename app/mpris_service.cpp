@@ -5,7 +5,7 @@
 #include "app/messages.h"
 #include "app/mpris_adaptors.h"
 #include "engine/graph_manager.h"
-#include "foundation/app_paths.h"
+#include "foundation/media_mime_types.h"
 #include "library/playlist_model.h"
 
 #include <QCoreApplication>
@@ -56,6 +56,8 @@ void CollectChanges(const QVariantMap& before, const QVariantMap& now, QVariantM
 
 MprisService::MprisService(MainWindow& window, QDBusConnection bus)
     : window_(window), bus_(std::move(bus)), mailbox_(std::make_shared<WorkerMailbox>(this)) {
+  // The MIME list reads the MIME database once; not on the interface thread.
+  std::thread([] { MediaMimeTypes(); }).detach();
   sendTimer_.setSingleShot(true);
   sendTimer_.setInterval(0);
   connect(&sendTimer_, &QTimer::timeout, this, &MprisService::SendPending);
@@ -325,7 +327,9 @@ void MprisService::SetFullscreen(bool on) {
 }
 
 void MprisService::Raise() {
-  window_.showNormal();
+  // Out of the task bar, but a fullscreen or maximised window stays so.
+  if (window_.isMinimized()) window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
+  window_.show();
   window_.raise();
   window_.activateWindow();
 }

@@ -1,5 +1,6 @@
 #include "app/screen_saver_inhibitor.h"
 
+#include "foundation/language_manager.h"
 #include "foundation/trace.h"
 
 #include <QDBusMessage>
