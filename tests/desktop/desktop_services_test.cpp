@@ -1,9 +1,12 @@
-// The screen saver held off while a video plays, against a scripted
-// org.freedesktop.ScreenSaver on the private session bus (no portal there,
-// so the player falls back to it): one Inhibit per stretch of playing video,
-// its cookie handed back on pause, at the end and at exit, none for music.
+// The desktop's services against scripted ones on the private session bus
+// (fake_desktop.py). The screen saver is held off while a video plays (no
+// portal there, so the player falls back to org.freedesktop.ScreenSaver): one
+// Inhibit per stretch of playing video, its cookie handed back on pause, at
+// the end and at exit, none for music. With GlobalMediaKeys the media keys
+// are taken from GNOME's settings daemon, act, and go back on deactivation.
 
 #include "app/commands.h"
+#include "app/window_globals.h"
 #include "engine/graph_manager.h"
 #include "tests/app/shell_test_support.h"
 
@@ -15,9 +18,9 @@ namespace {
 
 constexpr int kWaitMs = 15000;
 
-class FakeScreenSaver {
+class FakeDesktop {
  public:
-  FakeScreenSaver() {
+  FakeDesktop() {
     QObject::connect(&process_, &QProcess::readyReadStandardOutput, [this] {
       while (process_.canReadLine()) {
         const QString line = QString::fromUtf8(process_.readLine()).trimmed();
@@ -31,9 +34,9 @@ class FakeScreenSaver {
     // Debian's interpreter, which python3-dbus extends, before any other on PATH.
     QString python = QStandardPaths::findExecutable(QStringLiteral("python3"), {"/usr/bin"});
     if (python.isEmpty()) python = QStringLiteral("python3");
-    process_.start(python, {QStringLiteral(ZELVARO_TEST_SOURCE_DIR "/fake_screensaver.py")});
+    process_.start(python, {QStringLiteral(ZELVARO_TEST_SOURCE_DIR "/fake_desktop.py")});
   }
-  ~FakeScreenSaver() {
+  ~FakeDesktop() {
     process_.kill();
     process_.waitForFinished();
   }
@@ -55,12 +58,12 @@ class FakeScreenSaver {
   QStringList calls_;
 };
 
-class ScreenSaverTest : public QObject {
+class DesktopServicesTest : public QObject {
   Q_OBJECT
  private slots:
   void init() {
     QString why;
-    service_ = std::make_unique<FakeScreenSaver>();
+    service_ = std::make_unique<FakeDesktop>();
     if (!service_->Start(&why)) QSKIP(qPrintable("python3-dbus or python3-gi missing: " + why));
   }
   void cleanup() { service_.reset(); }
@@ -106,12 +109,31 @@ class ScreenSaverTest : public QObject {
     QCOMPARE(service_->calls(), QStringList());
   }
 
+  void MediaKeysAreTakenActAndGoBackOnDeactivation() {
+    test::TempHome home;
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window != nullptr);
+    QVERIFY(window->OpenFile(test::FixturePath(QStringLiteral("long_lowres.mp4"))));
+    QTRY_COMPARE_WITH_TIMEOUT(window->graph()->State(), 2, kWaitMs);
+    // As the options page turns the setting on: the keys follow at the next tick.
+    GlobalMediaKeys = true;
+    QTRY_VERIFY_WITH_TIMEOUT(service_->calls().contains(QStringLiteral("Grab zelvaro")), kWaitMs);
+    // The desktop's Pause key reached the player.
+    QTRY_COMPARE_WITH_TIMEOUT(window->graph()->State(), 1, kWaitMs);
+    QVERIFY(test::ActivatePlayer(window));
+    QApplication::setActiveWindow(nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(service_->calls().contains(QStringLiteral("Release zelvaro")),
+                             kWaitMs);
+    GlobalMediaKeys = false;
+    test::StopPlayer();
+  }
+
  private:
-  std::unique_ptr<FakeScreenSaver> service_;
+  std::unique_ptr<FakeDesktop> service_;
 };
 
 }  // namespace
 }  // namespace zelvaro
 
-QTEST_MAIN(zelvaro::ScreenSaverTest)
-#include "screen_saver_test.moc"
+QTEST_MAIN(zelvaro::DesktopServicesTest)
+#include "desktop_services_test.moc"
