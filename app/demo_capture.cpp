@@ -21,8 +21,8 @@ void ArmDemoCapture(QWidget& window) {
     QScreen* screen = window.screen();
     QPixmap shot = screen != nullptr && QGuiApplication::platformName() != u"wayland"
                        ? screen->grabWindow(0, window.mapToGlobal(QPoint(0, 0)).x(),
-                                         window.mapToGlobal(QPoint(0, 0)).y(), window.width(),
-                                         window.height())
+                                            window.mapToGlobal(QPoint(0, 0)).y(), window.width(),
+                                            window.height())
                        : QPixmap();
     if (shot.isNull()) shot = window.grab();
     const bool saved = shot.save(target, "PNG");
