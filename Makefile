@@ -4,7 +4,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup configure build test demo bench fuzz clean format
+.PHONY: all setup configure build test demo bench fuzz package clean format
 
 all: build
 
@@ -20,6 +20,10 @@ build: configure
 # Every test, under Xvfb and a private D-Bus session bus.
 test: build
 	@bash packaging/run-headless.sh ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# A .deb in $(BUILD)/ (CPack; Debian dependencies from dpkg-shlibdeps).
+package: build
+	@cmake --build $(BUILD) --target package
 
 demo: build
 	@bash packaging/demo.sh $(BUILD)

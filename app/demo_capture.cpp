@@ -1,6 +1,7 @@
 #include "app/demo_capture.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
 #include <QWidget>
@@ -18,15 +19,17 @@ void ArmDemoCapture(QWidget& window) {
   QTimer::singleShot(seconds * 1000, &window, [&window, target] {
     // Grab what the screen shows, so OpenGL content and overlays are
     // included, and the panels beside the window (lyrics, playlist) too.
+    // Wayland lets no client read the screen: there the window paints itself.
     QRect area(window.mapToGlobal(QPoint(0, 0)), window.size());
     for (const QWidget* panel : window.findChildren<QWidget*>()) {
       if (panel->isWindow() && panel->isVisible()) area |= panel->frameGeometry();
     }
     QScreen* screen = window.screen();
     if (screen != nullptr) area &= screen->geometry();
-    QPixmap shot = screen != nullptr
+    QPixmap shot = screen != nullptr && QGuiApplication::platformName() != u"wayland"
                        ? screen->grabWindow(0, area.x(), area.y(), area.width(), area.height())
-                       : window.grab();
+                       : QPixmap();
+    if (shot.isNull()) shot = window.grab();
     const bool saved = shot.save(target, "PNG");
     std::fprintf(stderr, "%s %s\n", saved ? "Screenshot saved to" : "Could not save screenshot to",
                  qPrintable(target));

@@ -3,6 +3,8 @@
 
 #include "app/main_window.h"
 
+#include "app/desktop_services.h"
+
 #include "app/dpi.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
@@ -190,6 +192,7 @@ bool MainWindow::Create() {
   RestorePlacement();
   LayoutChildren();
   CreateControlPanel();
+  CreateDesktopServices();
   return true;
 }
 
@@ -351,6 +354,9 @@ void MainWindow::Destroy() {
   // ShowOsd is safe from here on: it finds no overlay.
   delete osdOverlay_;
   osdOverlay_ = nullptr;
+  // The screen saver's inhibition and the bus name go back now, not when
+  // the window is deleted.
+  desktop_.reset();
   if (graph_) {
     graph_->Close();
     graph_->SetVideoOutput(nullptr);

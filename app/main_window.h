@@ -50,6 +50,7 @@ class QMenu;
 
 namespace zelvaro {
 
+class DesktopServices;
 class GraphManager;
 class LyricsWindow;
 class OsdOverlay;
@@ -325,6 +326,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void SetToolbarSubtitles(bool present, bool enabled);
   // Previews of the file just opened, when the setting and a video allow.
   void OpenThumbnails(const QString& path);
+  // main_window_desktop.cpp: MPRIS, screen saver and media keys
+  // (desktop_services.h); SyncDesktop runs with every SyncToolbar.
+  void CreateDesktopServices();
+  void SyncDesktop();
   // main_window_wheel.cpp: the wheel's volume steps reach the engine at
   // once and the settings file when the wheel settles (and at exit).
   void SetWheelVolume(double volume);
@@ -385,6 +390,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
   int embeddedSubtitleIndex_ = -1;
+  // Last, so it goes first: it borrows the window and the engine.
+  std::unique_ptr<DesktopServices> desktop_;
 };
 
 }  // namespace zelvaro

@@ -28,6 +28,7 @@ void MainWindow::ShowContextMenuAt(QPoint globalPos) {
 }
 
 void MainWindow::SyncToolbar() {
+  SyncDesktop();
   if (!toolbar_) return;
   chrome::ToolbarState state = toolbar_->State();
   if (graph_) {

@@ -135,16 +135,15 @@ inline constexpr QColor kPanelRowCount = Rgb(0xA0A0A0);
 inline constexpr QColor kPanelHeaderBackground = Rgb(0x323232);
 inline constexpr QColor kPanelRunningText = Rgb(0x64B4FF);
 inline constexpr QColor kPanelRunningBackground = Rgb(0x1E2837);
-// Control panel (its design writes them as 0xBBGGRR; converted here).
-inline constexpr QColor kPanelBackground = Rgb(0x2B2B2B);
+// Control panel (its design writes them as 0xBBGGRR; converted here). Its
+// background and text are the playlist panel's.
 inline constexpr QColor kPanelEditBackground = Rgb(0x373737);
 inline constexpr QColor kPanelButtonFace = Rgb(0x373737);
 inline constexpr QColor kPanelButtonPushed = Rgb(0x3C3C3C);
 inline constexpr QColor kPanelTabActive = Rgb(0x3C3C3C);
 inline constexpr QColor kPanelTabHovered = Rgb(0x464646);
 inline constexpr QColor kPanelTabOther = Rgb(0x252525);
-inline constexpr QColor kPanelBorder = Rgb(0x505050);
-inline constexpr QColor kPanelText = Rgb(0xC8C8C8);
+inline constexpr QColor kControlPanelBorder = Rgb(0x505050);
 inline constexpr QColor kPanelTextSelected = Rgb(0xFFFFFF);
 inline constexpr QColor kPanelClosePressed = Rgb(0x969696);
 inline constexpr QColor kPanelSliderTrack = Rgb(0x505050);

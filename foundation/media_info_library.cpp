@@ -160,7 +160,7 @@ std::optional<GeneralTags> ReadGeneralTags(const QString& path) {
   const Analysis analysis(path);
   if (!analysis.Opened()) return std::nullopt;
   return GeneralTags{GeneralValue(analysis, L"Title"), GeneralValue(analysis, L"Performer"),
-                     GeneralValue(analysis, L"Duration")};
+                     GeneralValue(analysis, L"Duration"), GeneralValue(analysis, L"Album")};
 }
 
 }  // namespace zelvaro::MediaInfoLibrary

@@ -27,6 +27,7 @@ struct GeneralTags {
   QString title;
   QString performer;
   QString durationMs;  // as the library writes it
+  QString album;
 };
 
 // Binds another library name from the next Load on (nullptr: the usual
@@ -34,7 +35,7 @@ struct GeneralTags {
 // that does not exist stands for a system without the library.
 void SetLibraryNameForTesting(const char* name);
 
-// Title, Performer and Duration of the general stream; nothing when the
+// Title, Performer, Duration and Album of the general stream; nothing when the
 // library cannot be loaded or the file cannot be opened.
 std::optional<GeneralTags> ReadGeneralTags(const QString& path);
 

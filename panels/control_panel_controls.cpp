@@ -108,7 +108,7 @@ PanelButton::PanelButton(const QString& text, QWidget* parent) : QPushButton(tex
 void PanelButton::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.fillRect(rect(), isDown() ? chrome::kPanelButtonPushed : chrome::kPanelButtonFace);
-  painter.setPen(chrome::kPanelBorder);
+  painter.setPen(chrome::kControlPanelBorder);
   painter.drawRect(rect().adjusted(0, 0, -1, -1));
   painter.setFont(font());
   painter.setPen(hovered_ ? chrome::kPanelTextSelected : chrome::kPanelText);
@@ -137,12 +137,12 @@ void PanelCheckBox::paintEvent(QPaintEvent*) {
   const int box = Scaled(kCheckBoxSize);
   const QRect boxRect(0, (height() - box) / 2, box, box);
   painter.fillRect(boxRect, chrome::kPanelEditBackground);
-  painter.setPen(chrome::kPanelBorder);
+  painter.setPen(chrome::kControlPanelBorder);
   painter.drawRect(boxRect.adjusted(0, 0, -1, -1));
-  const QColor text = isEnabled() ? chrome::kPanelText : chrome::kPanelBorder;
+  const QColor text = isEnabled() ? chrome::kPanelText : chrome::kControlPanelBorder;
   if (isChecked()) {
     painter.fillRect(boxRect.adjusted(box / 4, box / 4, -box / 4, -box / 4),
-                     isEnabled() ? chrome::kPanelSliderFilled : chrome::kPanelBorder);
+                     isEnabled() ? chrome::kPanelSliderFilled : chrome::kControlPanelBorder);
   }
   painter.setFont(font());
   painter.setPen(text);
@@ -170,7 +170,7 @@ QLineEdit* MakePanelEdit(const QString& text, QWidget* parent) {
   edit->setStyleSheet(
       QStringLiteral("QLineEdit { background: %1; color: %2; border: 1px solid %3; }")
           .arg(chrome::kPanelEditBackground.name(), chrome::kPanelText.name(),
-               chrome::kPanelBorder.name()));
+               chrome::kControlPanelBorder.name()));
   return edit;
 }
 

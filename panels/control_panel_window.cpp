@@ -290,7 +290,7 @@ void ControlPanelWindow::paintEvent(QPaintEvent*) {
   painter.drawLine(centre + QPoint(-half, -half), centre + QPoint(half, half));
   painter.drawLine(centre + QPoint(-half, half), centre + QPoint(half, -half));
   painter.setRenderHint(QPainter::Antialiasing, false);
-  painter.setPen(chrome::kPanelBorder);
+  painter.setPen(chrome::kControlPanelBorder);
   painter.drawLine(0, layout_.titleStrip.bottom(), width() - 1, layout_.titleStrip.bottom());
   // Tabs.
   for (int tab = 0; tab < kControlPanelTabCount; ++tab) {
@@ -303,14 +303,14 @@ void ControlPanelWindow::paintEvent(QPaintEvent*) {
     painter.fillRect(area, current   ? chrome::kPanelTabActive
                            : hovered ? chrome::kPanelTabHovered
                                      : chrome::kPanelTabOther);
-    painter.setPen(chrome::kPanelBorder);
+    painter.setPen(chrome::kControlPanelBorder);
     painter.drawRect(area.adjusted(0, 0, -1, -1));
     painter.setFont(current ? boldFont_ : font_);
     painter.setPen(current || hovered ? chrome::kPanelTextSelected : chrome::kPanelText);
     painter.drawText(area, Qt::AlignCenter,
                      LanguageManager::GetString(kTabKeys[static_cast<size_t>(tab)]));
   }
-  painter.setPen(chrome::kPanelBorder);
+  painter.setPen(chrome::kControlPanelBorder);
   painter.drawRect(layout_.content.adjusted(0, 0, -1, -1));
   painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
