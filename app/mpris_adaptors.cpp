@@ -1,7 +1,7 @@
 #include "app/mpris_adaptors.h"
 
 #include "app/mpris_service.h"
-#include "foundation/media_mime_types.h"
+#include "foundation/desktop_entry.h"
 
 namespace zelvaro {
 namespace {

@@ -5,7 +5,7 @@
 #include "app/messages.h"
 #include "app/mpris_adaptors.h"
 #include "engine/graph_manager.h"
-#include "foundation/media_mime_types.h"
+#include "foundation/desktop_entry.h"
 #include "library/playlist_model.h"
 
 #include <QCoreApplication>

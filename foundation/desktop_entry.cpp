@@ -3,6 +3,9 @@
 #include "foundation/media_types.h"
 
 #include <QMimeDatabase>
+#include <QSet>
+
+#include <algorithm>
 
 namespace zelvaro {
 namespace {
@@ -42,14 +45,23 @@ QString AssociationMimeType(QStringView extension) {
   return {};
 }
 
-QStringList AssociationMimeTypes() {
-  QStringList types;
-  for (const auto& table : {VideoExtensions(), AudioExtensions()}) {
-    for (QStringView extension : table) {
-      const QString type = AssociationMimeType(extension);
-      if (!type.isEmpty() && !types.contains(type)) types << type;
+const QStringList& MediaMimeTypes() {
+  static const QStringList types = [] {
+    const QMimeDatabase database;
+    QSet<QString> names;
+    for (const auto& table : {VideoExtensions(), AudioExtensions()}) {
+      for (QStringView extension : table) {
+        for (const QMimeType& type :
+             database.mimeTypesForFileName(QStringLiteral("x.") + extension.toString())) {
+          if (IsMediaType(type.name())) names.insert(type.name());
+        }
+      }
     }
-  }
+    names.remove(QStringLiteral("application/octet-stream"));
+    QStringList sorted(names.begin(), names.end());
+    std::sort(sorted.begin(), sorted.end());
+    return sorted;
+  }();
   return types;
 }
 
@@ -58,12 +70,14 @@ QString DesktopEntryText(const QStringList& mimeTypes, const QString& execPath) 
       "[Desktop Entry]\n"
       "Type=Application\n"
       "Name=Zelvaro\n"
-      "GenericName=Media Player\n");
+      "GenericName=Media Player\n"
+      "Comment=Play videos and music with subtitles and lyrics\n");
   text += QStringLiteral("Exec=") + ExecArgument(execPath) + QStringLiteral(" %U\n");
   text += QStringLiteral(
       "Icon=zelvaro\n"
       "Terminal=false\n"
-      "Categories=AudioVideo;Player;Video;Audio;\n");
+      "Categories=AudioVideo;Player;Video;Audio;\n"
+      "Keywords=video;movie;music;subtitles;playlist;\n");
   text += QStringLiteral("MimeType=");
   for (const QString& type : mimeTypes) text += type + u';';
   text += u'\n';

@@ -21,9 +21,11 @@ inline constexpr QStringView kDesktopId{u"zelvaro.desktop"};
 // when shared-mime-info knows none. A glob shared with a non-media type
 // (".ts" is also a translation file) resolves to the media type.
 QString AssociationMimeType(QStringView extension);
-// The types of every video and audio extension of the association tables,
-// once each, in table order.
-QStringList AssociationMimeTypes();
+// Every media type of every video and audio extension of the association
+// tables (".ogg" is audio/ogg and video/ogg), sorted, once each: what the
+// entry's MimeType= line and the MPRIS SupportedMimeTypes announce. Reads the
+// MIME database on the first call (a few milliseconds) and keeps the list.
+const QStringList& MediaMimeTypes();
 
 // The whole entry, "[Desktop Entry]" to "MimeType=...;", lines ending in
 // "\n". `execPath` is the program as Exec names it ("zelvaro" for the

@@ -135,17 +135,17 @@ QRect ControlRect(const ControlSpec& control, float scale) {
   return ScaledRect(control.designRect, scale);
 }
 
-PanelHit ControlPanelHitTest(const ControlPanelLayout& layout, QPoint point, int currentTab,
+ControlPanelHit ControlPanelHitTest(const ControlPanelLayout& layout, QPoint point, int currentTab,
                              float scale) {
-  if (layout.closeButton.contains(point)) return {PanelHitKind::Close, -1};
+  if (layout.closeButton.contains(point)) return {ControlPanelHitKind::Close, -1};
   for (int tab = 0; tab < kControlPanelTabCount; ++tab) {
-    if (layout.tabs[static_cast<size_t>(tab)].contains(point)) return {PanelHitKind::Tab, tab};
+    if (layout.tabs[static_cast<size_t>(tab)].contains(point)) return {ControlPanelHitKind::Tab, tab};
   }
   for (const ControlSpec& control : kControls) {
     if (control.tab != currentTab || control.kind == ControlKind::Label ||
         control.kind == ControlKind::ValueLabel)
       continue;
-    if (ControlRect(control, scale).contains(point)) return {PanelHitKind::Control, -1};
+    if (ControlRect(control, scale).contains(point)) return {ControlPanelHitKind::Control, -1};
   }
   return {};
 }

@@ -51,15 +51,15 @@ ControlPanelLayout ControlPanelGeometry(float scale);
 // A control's rectangle in the window at `scale`.
 QRect ControlRect(const ControlSpec& control, float scale);
 
-enum class PanelHitKind { Drag, Close, Tab, Control };
-struct PanelHit {
-  PanelHitKind kind = PanelHitKind::Drag;
+enum class ControlPanelHitKind { Drag, Close, Tab, Control };
+struct ControlPanelHit {
+  ControlPanelHitKind kind = ControlPanelHitKind::Drag;
   int tab = -1;  // for Tab
 };
 // What a press at `point` lands on; a control of another tab than
 // `currentTab` is not there. Anything that is no tab, button or control
 // drags the window.
-PanelHit ControlPanelHitTest(const ControlPanelLayout& layout, QPoint point, int currentTab,
+ControlPanelHit ControlPanelHitTest(const ControlPanelLayout& layout, QPoint point, int currentTab,
                              float scale);
 
 // The window's top-left on creation. Without a stored position: at the

@@ -317,23 +317,23 @@ void ControlPanelWindow::paintEvent(QPaintEvent*) {
 
 void ControlPanelWindow::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
-  const PanelHit hit =
+  const ControlPanelHit hit =
       ControlPanelHitTest(layout_, event->position().toPoint(), currentTab_, DpiScale);
   switch (hit.kind) {
-    case PanelHitKind::Close:
+    case ControlPanelHitKind::Close:
       closePressed_ = true;
       update(layout_.closeButton);
       break;
-    case PanelHitKind::Tab:
+    case ControlPanelHitKind::Tab:
       // Tabs act on press.
       if (hit.tab != currentTab_) {
         SelectTab(hit.tab);
         Settings::SetDword(setting::kControlPanelTab, static_cast<uint32_t>(hit.tab));
       }
       break;
-    case PanelHitKind::Control:
+    case ControlPanelHitKind::Control:
       break;
-    case PanelHitKind::Drag:
+    case ControlPanelHitKind::Drag:
       if (windowHandle()) windowHandle()->startSystemMove();
       break;
   }
@@ -341,10 +341,10 @@ void ControlPanelWindow::mousePressEvent(QMouseEvent* event) {
 }
 
 void ControlPanelWindow::mouseMoveEvent(QMouseEvent* event) {
-  const PanelHit hit =
+  const ControlPanelHit hit =
       ControlPanelHitTest(layout_, event->position().toPoint(), currentTab_, DpiScale);
-  const int hovered = hit.kind == PanelHitKind::Tab ? hit.tab : -1;
-  const bool closeHover = hit.kind == PanelHitKind::Close;
+  const int hovered = hit.kind == ControlPanelHitKind::Tab ? hit.tab : -1;
+  const bool closeHover = hit.kind == ControlPanelHitKind::Close;
   if (hovered != hoveredTab_ || closeHover != closeHover_) {
     hoveredTab_ = hovered;
     closeHover_ = closeHover;

@@ -136,7 +136,7 @@ void UnregisterIn(MimeAppsList& list, const QString& extension) {
 }
 
 bool WriteDesktopEntry(const QString& execPath) {
-  const QByteArray text = DesktopEntryText(AssociationMimeTypes(), execPath).toUtf8();
+  const QByteArray text = DesktopEntryText(MediaMimeTypes(), execPath).toUtf8();
   return WriteIfChanged(DesktopFilePath(), text);
 }
 

@@ -6,7 +6,7 @@
 #include "app/command_line.h"
 #include "app/commands.h"
 #include "app/dpi.h"
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 #include "chrome/title_bar_window.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"

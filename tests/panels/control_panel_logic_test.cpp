@@ -69,16 +69,16 @@ TEST(ControlPanelLayout, HitTestFindsCloseTabsControlsOfTheShownTabAndDragsElsew
   const float scale = 1.5f;
   const ControlPanelLayout layout = ControlPanelGeometry(scale);
   EXPECT_EQ(ControlPanelHitTest(layout, layout.closeButton.center(), 0, scale).kind,
-            PanelHitKind::Close);
-  const PanelHit tab = ControlPanelHitTest(layout, layout.tabs[2].center(), 0, scale);
-  EXPECT_EQ(tab.kind, PanelHitKind::Tab);
+            ControlPanelHitKind::Close);
+  const ControlPanelHit tab = ControlPanelHitTest(layout, layout.tabs[2].center(), 0, scale);
+  EXPECT_EQ(tab.kind, ControlPanelHitKind::Tab);
   EXPECT_EQ(tab.tab, 2);
   const QPoint speedUp = ControlRect(*FindControl(9061), scale).center();
-  EXPECT_EQ(ControlPanelHitTest(layout, speedUp, 0, scale).kind, PanelHitKind::Control);
+  EXPECT_EQ(ControlPanelHitTest(layout, speedUp, 0, scale).kind, ControlPanelHitKind::Control);
   // The same place on the subtitle tab is a label: it drags.
-  EXPECT_EQ(ControlPanelHitTest(layout, speedUp, 3, scale).kind, PanelHitKind::Drag);
+  EXPECT_EQ(ControlPanelHitTest(layout, speedUp, 3, scale).kind, ControlPanelHitKind::Drag);
   EXPECT_EQ(ControlPanelHitTest(layout, layout.titleText.center(), 0, scale).kind,
-            PanelHitKind::Drag);
+            ControlPanelHitKind::Drag);
 }
 
 TEST(ControlPanelPlacement, StoredPointsAreKeptReachableNotWhollyOnScreen) {
