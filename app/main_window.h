@@ -43,6 +43,7 @@ class QMenu;
 
 namespace zelvaro {
 
+class CutClipDialog;
 class GraphManager;
 class OsdOverlay;
 class PlaylistModel;
@@ -102,6 +103,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void FillFavoritesMenu(QMenu* menu);
   // The embedded subtitle stream chosen in the menu, -1 for none.
   int embeddedSubtitleIndex() const { return embeddedSubtitleIndex_; }
+
+  // main_window_clip.cpp: the clip-cutting dialog (ID_CUT_CLIP); an open one
+  // comes to the front. Null when none is open.
+  void ShowCutClipDialog();
+  CutClipDialog* cutClipDialog() const;
 
   // Where the favourites dialog's group choice comes in: the group index, or
   // nothing when the user cancels. Without one, adding a favourite stops at
@@ -284,6 +290,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
   int embeddedSubtitleIndex_ = -1;
+  QPointer<CutClipDialog> cutClipDialog_;
 };
 
 }  // namespace zelvaro

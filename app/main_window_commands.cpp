@@ -269,6 +269,9 @@ void MainWindow::RunCommand(int id) {
     case ID_RECENT_CLEAR:
       ClearRecent();
       break;
+    case ID_CUT_CLIP:
+      ShowCutClipDialog();
+      break;
     case ID_FAVORITE_ADD:
     case ID_KEY_FAVORITE_ADD:
       AddToFavorites();

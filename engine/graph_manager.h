@@ -58,6 +58,7 @@ class QObject;
 
 namespace zelvaro {
 
+class ExternalToolTask;
 class PlaybackGraph;
 struct GraphBuildRequest;
 struct GraphBuildResult;
@@ -192,6 +193,13 @@ class GraphManager {
   void ClearMarks() { abRepeat_.Clear(); }
   int64_t MarkA() const { return abRepeat_.markA; }
   int64_t MarkB() const { return abRepeat_.markB; }
+
+  // Clip cutting (clip_cut.cpp): a job that copies [start, end) of the open
+  // file into `outputPath`, made but not started, for the caller to own and
+  // start; null when nothing is open, no ffmpeg is found or end is not after
+  // start. It runs on a thread of its own: the window never waits for it.
+  std::unique_ptr<ExternalToolTask> CutToFile(double startSeconds, double endSeconds,
+                                              const QString& outputPath);
 
   // The network buffer of a URL input, 0 to 100 (100 without one). Below
   // 100 a non-live address pauses the pipeline until the buffer is full
