@@ -229,6 +229,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   SubtitleMenuState SubtitleState() const;
   MenuModel ContextModel() const;
   void SelectSubtitleTrack(int index);
+  // main_window_embedded.cpp: an embedded stream by the route the settings
+  // choose; the window shows it once the route has it in place.
+  void SelectEmbeddedSubtitle(int index);
+  void ShowEmbeddedSubtitle(int index);
 
   // main_window_input.cpp
   void OnTimer(int id);

@@ -3,6 +3,7 @@
 
 #include "engine/graph_manager.h"
 
+#include "engine/external_tool.h"
 #include "engine/playback_graph.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
@@ -64,6 +65,10 @@ void GraphManager::LoadSideSubtitles(const QString& mediaPath) {
 }
 
 void GraphManager::ClearSubtitles() {
+  // No stream feeds the manager from here on, and no extraction lands.
+  if (graph_) graph_->SubtitleTap().Deselect();
+  if (extractTask_) extractTask_->Cancel();
+  extractTask_.reset();
   if (subtitleManager_) subtitleManager_->Clear();
 }
 
