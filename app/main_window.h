@@ -231,8 +231,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void SelectSubtitleTrack(int index);
   // main_window_embedded.cpp: an embedded stream by the route the settings
   // choose; the window shows it once the route has it in place.
-  void SelectEmbeddedSubtitle(int index);
-  void ShowEmbeddedSubtitle(int index);
+  void SelectEmbeddedSubtitle(int index, bool announce = true);
+  void ShowEmbeddedSubtitle(int index, bool announce);
+  // After an open: the track the subtitle settings name, when no side file
+  // is there and subtitles are on.
+  void SelectDefaultEmbeddedSubtitle();
 
   // main_window_input.cpp
   void OnTimer(int id);

@@ -17,29 +17,40 @@ constexpr int kEmbeddedOsdMs = 1500;
 constexpr uint32_t kGraphRoute = 1;
 }  // namespace
 
-void MainWindow::SelectEmbeddedSubtitle(int index) {
+void MainWindow::SelectEmbeddedSubtitle(int index, bool announce) {
   if (!graph_) return;
   if (Settings::GetDwordOr(setting::kEmbeddedSubtitleMethod, 0) == kGraphRoute &&
       graph_->GrabEmbeddedSubtitle(index)) {
-    ShowEmbeddedSubtitle(index);
+    ShowEmbeddedSubtitle(index, announce);
     return;
   }
   // The extraction reports back later; a file opened meanwhile cancels it.
   QPointer<MainWindow> self(this);
-  graph_->ExtractEmbeddedSubtitle(index, [self, index](bool loaded) {
-    if (self && loaded) self->ShowEmbeddedSubtitle(index);
+  graph_->ExtractEmbeddedSubtitle(index, [self, index, announce](bool loaded) {
+    if (self && loaded) self->ShowEmbeddedSubtitle(index, announce);
   });
 }
 
-void MainWindow::ShowEmbeddedSubtitle(int index) {
+void MainWindow::ShowEmbeddedSubtitle(int index, bool announce) {
   embeddedSubtitleIndex_ = index;
   graph_->EnsureSubtitleManager();
   graph_->Subtitles()->SetEnabled(true);
   Settings::SetDword(setting::kSubtitleEnabled, 1);
   SetToolbarSubtitles(true, true);
   graph_->RedrawVideo();
+  if (!announce) return;
   ShowOsd(FormatKey(u"OSD.SubtitleTrackFormat", graph_->GetSubtitleTrackName(index)),
           kEmbeddedOsdMs);
+}
+
+void MainWindow::SelectDefaultEmbeddedSubtitle() {
+  if (!graph_ || Settings::GetDwordOr(setting::kSubtitleEnabled, 1) == 0) return;
+  // A side file found beside the media wins over the file's own tracks.
+  if (SubtitleManager* subtitles = graph_->Subtitles();
+      subtitles && (subtitles->IsLoading() || subtitles->HasSubtitle()))
+    return;
+  const int track = graph_->DefaultEmbeddedSubtitle();
+  if (track >= 0) SelectEmbeddedSubtitle(track, false);
 }
 
 }  // namespace zelvaro

@@ -5,6 +5,8 @@
 #include "engine/external_tool.h"
 #include "engine/graph_manager.h"
 #include "engine/playback_graph.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
 #include "foundation/trace.h"
 #include "subtitles/subtitle_manager.h"
 #include "subtitles/subtitle_stream_track.h"
@@ -67,6 +69,14 @@ bool GraphManager::GrabEmbeddedSubtitle(int index) {
   });
   RedrawVideo();
   return true;
+}
+
+int GraphManager::DefaultEmbeddedSubtitle() {
+  if (!graph_) return -1;
+  std::optional<uint32_t> mode;
+  if (uint32_t value = 0; Settings::GetDword(setting::kLavSubtitleMode, &value)) mode = value;
+  return ChooseSubtitleTrack(graph_->Streams().Facts(StreamKind::kSubtitle), mode,
+                             Settings::GetStringOr(setting::kLavPreferredSubLanguages, {}));
 }
 
 bool GraphManager::ExtractEmbeddedSubtitle(int index, std::function<void(bool)> done) {

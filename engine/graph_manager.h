@@ -195,6 +195,9 @@ class GraphManager {
   // nothing started, when it cannot begin (no file, no such stream, a
   // bitmap stream, no ffmpeg).
   bool ExtractEmbeddedSubtitle(int index, std::function<void(bool loaded)> done = {});
+  // The embedded track to start with by the subtitle settings
+  // (ChooseSubtitleTrack); −1 for none.
+  int DefaultEmbeddedSubtitle();
 
   // A-B repeat (stream_control.cpp; rules in ab_repeat.h). The marks are
   // taken at the graph's position; nothing happens without a graph.

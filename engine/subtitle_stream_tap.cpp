@@ -2,6 +2,8 @@
 
 #include "foundation/trace.h"
 
+#include <QStringList>
+
 #include <string_view>
 
 namespace zelvaro {
@@ -39,6 +41,19 @@ EmbeddedSubtitleCodec SubtitleCodecOfCaps(const GstCaps* caps) {
     return EmbeddedSubtitleCodec::kText;
   }
   return EmbeddedSubtitleCodec::kUnknown;
+}
+
+int ChooseSubtitleTrack(const std::vector<AudioTrackFacts>& tracks, std::optional<uint32_t> mode,
+                        const QString& preferredLanguages) {
+  constexpr uint32_t kDefaultMode = 2;
+  if (!mode || *mode < kDefaultMode) return -1;
+  for (const QString& wanted : preferredLanguages.split(u',', Qt::SkipEmptyParts)) {
+    for (size_t i = 0; i < tracks.size(); ++i)
+      if (SameLanguage(tracks[i].language, wanted.trimmed())) return static_cast<int>(i);
+  }
+  for (size_t i = 0; i < tracks.size(); ++i)
+    if (tracks[i].isDefault) return static_cast<int>(i);
+  return -1;
 }
 
 void KeepAssScripts(GstElement* splitter) {

@@ -12,6 +12,7 @@
 // and inside Select for the kept samples. Deselect returns only once no call
 // of the listener is under way, so what the listener touches may go after it.
 
+#include "engine/audio_track_choice.h"
 #include "engine/gst_ref.h"
 
 #include <QByteArray>
@@ -41,6 +42,15 @@ enum class EmbeddedSubtitleCodec {
 
 bool IsBitmapSubtitle(EmbeddedSubtitleCodec codec);
 EmbeddedSubtitleCodec SubtitleCodecOfCaps(const GstCaps* caps);
+
+// The embedded subtitle track an input starts with, by the splitter's
+// subtitle mode (LAV_SubtitleMode; none when the setting is absent): 0 and 1
+// (no subtitles, forced ones only, which the containers here do not flag)
+// start none; 2 and above take the first track of a language of
+// `preferredLanguages` (comma-separated, most wanted first), else the track
+// the container flags as default. −1 for none.
+int ChooseSubtitleTrack(const std::vector<AudioTrackFacts>& tracks, std::optional<uint32_t> mode,
+                        const QString& preferredLanguages);
 
 // Makes a splitter (parsebin) hand out ASS and SSA scripts as they are:
 // left to itself it plugs a parser that flattens them to plain text.

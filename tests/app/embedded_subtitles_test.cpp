@@ -153,6 +153,28 @@ class EmbeddedSubtitlesTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(ShowsOnly(LookAt(video), Where::Above), kWaitMs);
   }
 
+  void theSubtitleSettingsChooseTheStartingTrack_data() {
+    QTest::addColumn<int>("mode");  // −1: the setting is absent
+    QTest::addColumn<QString>("languages");
+    QTest::addColumn<int>("track");
+    QTest::newRow("no mode") << -1 << "kor" << -1;
+    QTest::newRow("no subtitles") << 0 << "kor" << -1;
+    QTest::newRow("preferred language") << 2 << "kor" << 1;
+    QTest::newRow("second preference") << 2 << "fre, eng" << 0;
+  }
+
+  void theSubtitleSettingsChooseTheStartingTrack() {
+    QFETCH(int, mode);
+    QFETCH(QString, languages);
+    QFETCH(int, track);
+    Settings::SetDword(setting::kEmbeddedSubtitleMethod, 1);
+    if (mode >= 0) Settings::SetDword(setting::kLavSubtitleMode, static_cast<uint32_t>(mode));
+    Settings::SetString(setting::kLavPreferredSubLanguages, languages);
+    // English SubRip and Korean ASS, no side file.
+    QVERIFY(window_->OpenFile(test::FixturePath("multitrack.mkv")));
+    QCOMPARE(window_->embeddedSubtitleIndex(), track);
+  }
+
   void theExternalRouteWritesTheDesignedTemporaryFile() {
     QVERIFY(window_->OpenFile(test::FixturePath("embedded_ass.mkv")));
     bool loaded = false;
