@@ -331,6 +331,7 @@ void MainWindow::RunCommand(int id) {
 }
 
 void MainWindow::DisableSubtitles() {
+  if (graph_) graph_->CancelEmbeddedExtraction();
   if (graph_ && graph_->Subtitles()) graph_->Subtitles()->SetEnabled(false);
   Settings::SetDword(setting::kSubtitleEnabled, 0);
   if (toolbar_) toolbar_->SetSubtitleEnabled(false);

@@ -132,6 +132,7 @@ void MainWindow::SelectSubtitleTrack(int index) {
     SelectEmbeddedSubtitle(index);
     return;
   }
+  graph_->CancelEmbeddedExtraction();
   SubtitleManager* subtitles = graph_->Subtitles();
   if (subtitles == nullptr) return;
   const int external = index - embedded;

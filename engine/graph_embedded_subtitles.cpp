@@ -71,6 +71,11 @@ bool GraphManager::GrabEmbeddedSubtitle(int index) {
   return true;
 }
 
+void GraphManager::CancelEmbeddedExtraction() {
+  if (extractTask_) extractTask_->Cancel();
+  extractTask_.reset();
+}
+
 int GraphManager::DefaultEmbeddedSubtitle() {
   if (!graph_) return -1;
   std::optional<uint32_t> mode;

@@ -195,6 +195,9 @@ class GraphManager {
   // nothing started, when it cannot begin (no file, no such stream, a
   // bitmap stream, no ffmpeg).
   bool ExtractEmbeddedSubtitle(int index, std::function<void(bool loaded)> done = {});
+  // Drops an extraction under way: its file never loads, its `done` never
+  // runs (the user chose something else meanwhile).
+  void CancelEmbeddedExtraction();
   // The embedded track to start with by the subtitle settings
   // (ChooseSubtitleTrack); −1 for none.
   int DefaultEmbeddedSubtitle();

@@ -3,7 +3,6 @@
 
 #include "engine/graph_manager.h"
 
-#include "engine/external_tool.h"
 #include "engine/playback_graph.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
@@ -67,8 +66,7 @@ void GraphManager::LoadSideSubtitles(const QString& mediaPath) {
 void GraphManager::ClearSubtitles() {
   // No stream feeds the manager from here on, and no extraction lands.
   if (graph_) graph_->SubtitleTap().Deselect();
-  if (extractTask_) extractTask_->Cancel();
-  extractTask_.reset();
+  CancelEmbeddedExtraction();
   if (subtitleManager_) subtitleManager_->Clear();
 }
 
