@@ -51,6 +51,7 @@ class QMenu;
 namespace zelvaro {
 
 class DesktopServices;
+class CutClipDialog;
 class GraphManager;
 class LyricsWindow;
 class OsdOverlay;
@@ -142,6 +143,11 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void FillFavoritesMenu(QMenu* menu);
   // The embedded subtitle stream chosen in the menu, -1 for none.
   int embeddedSubtitleIndex() const { return embeddedSubtitleIndex_; }
+
+  // main_window_clip.cpp: the clip-cutting dialog (ID_CUT_CLIP); an open one
+  // comes to the front. Null when none is open.
+  void ShowCutClipDialog();
+  CutClipDialog* cutClipDialog() const;
 
   // Where the favourites dialog's group choice comes in: the group index, or
   // nothing when the user cancels. Without one, adding a favourite stops at
@@ -298,6 +304,13 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   SubtitleMenuState SubtitleState() const;
   MenuModel ContextModel() const;
   void SelectSubtitleTrack(int index);
+  // main_window_embedded.cpp: an embedded stream by the route the settings
+  // choose; the window shows it once the route has it in place.
+  void SelectEmbeddedSubtitle(int index, bool announce = true);
+  void ShowEmbeddedSubtitle(int index, bool announce);
+  // After an open: the track the subtitle settings name, when no side file
+  // is there and subtitles are on.
+  void SelectDefaultEmbeddedSubtitle();
 
   // main_window_control_panel.cpp
   void CreateControlPanel();
@@ -390,6 +403,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   int magnetDistance_ = 10;
   double lastSpeed_ = 1.0;
   int embeddedSubtitleIndex_ = -1;
+  QPointer<CutClipDialog> cutClipDialog_;
   // Last, so it goes first: it borrows the window and the engine.
   std::unique_ptr<DesktopServices> desktop_;
 };

@@ -293,6 +293,9 @@ void MainWindow::RunCommand(int id) {
     case ID_RECENT_CLEAR:
       ClearRecent();
       break;
+    case ID_CUT_CLIP:
+      ShowCutClipDialog();
+      break;
     case ID_FAVORITE_ADD:
     case ID_KEY_FAVORITE_ADD:
       AddToFavorites();
@@ -362,6 +365,7 @@ void MainWindow::RunCommand(int id) {
 }
 
 void MainWindow::DisableSubtitles() {
+  if (graph_) graph_->CancelEmbeddedExtraction();
   if (graph_ && graph_->Subtitles()) graph_->Subtitles()->SetEnabled(false);
   Settings::SetDword(setting::kSubtitleEnabled, 0);
   if (toolbar_) toolbar_->SetSubtitleEnabled(false);

@@ -129,17 +129,10 @@ void MainWindow::SelectSubtitleTrack(int index) {
   if (!graph_) return;
   const int embedded = graph_->GetSubtitleTrackCount();
   if (index < embedded) {
-    // The stream's cues reach the picture through the embedded-subtitle
-    // route; until it runs, the choice is kept and shown in the menu.
-    embeddedSubtitleIndex_ = index;
-    graph_->EnsureSubtitleManager();
-    graph_->Subtitles()->SetEnabled(true);
-    Settings::SetDword(setting::kSubtitleEnabled, 1);
-    SetToolbarSubtitles(true, true);
-    ShowOsd(FormatKey(u"OSD.SubtitleTrackFormat", graph_->GetSubtitleTrackName(index)),
-            kTrackOsdMs);
+    SelectEmbeddedSubtitle(index);
     return;
   }
+  graph_->CancelEmbeddedExtraction();
   SubtitleManager* subtitles = graph_->Subtitles();
   if (subtitles == nullptr) return;
   const int external = index - embedded;

@@ -71,6 +71,7 @@ bool MainWindow::OpenFile(const QString& passedPath) {
 
   graph_->Play();
   SyncToolbar();
+  SelectDefaultEmbeddedSubtitle();
 
   const QString name = FileNameOfPath(path);
   setWindowTitle(name);

@@ -59,6 +59,7 @@ class QObject;
 
 namespace zelvaro {
 
+class ExternalToolTask;
 class PlaybackGraph;
 struct GraphBuildRequest;
 struct GraphBuildResult;
@@ -204,6 +205,27 @@ class GraphManager {
   int64_t GetSubtitleDelay() const;
   void AdjustSubtitleDelay(int64_t deltaMs);
 
+  // Embedded subtitles (graph_embedded_subtitles.cpp), `index` among the
+  // subtitle streams as the track menu numbers them. Both routes put the
+  // stream in place of the subtitle shown; bitmap streams take neither.
+  // The graph route: the stream's own samples, as the splitter reads them,
+  // become libass events drawn by the same overlay as side files. False
+  // without a graph or for a stream that is not there.
+  bool GrabEmbeddedSubtitle(int index);
+  // The external route: ffmpeg extracts the stream into the temporary file
+  // "Zelvaro_embedded_sub" (.ass or .srt) on a thread of its own, and it
+  // then loads like a side file; `done` runs on the interface thread with
+  // the outcome, unless Close or another extraction came first. False, with
+  // nothing started, when it cannot begin (no file, no such stream, a
+  // bitmap stream, no ffmpeg).
+  bool ExtractEmbeddedSubtitle(int index, std::function<void(bool loaded)> done = {});
+  // Drops an extraction under way: its file never loads, its `done` never
+  // runs (the user chose something else meanwhile).
+  void CancelEmbeddedExtraction();
+  // The embedded track to start with by the subtitle settings
+  // (ChooseSubtitleTrack); −1 for none.
+  int DefaultEmbeddedSubtitle();
+
   // A-B repeat (stream_control.cpp; rules in ab_repeat.h). The marks are
   // taken at the graph's position; nothing happens without a graph.
   void SetMarkA();
@@ -216,6 +238,13 @@ class GraphManager {
   void ClearMarks() { abRepeat_.Clear(); }
   int64_t MarkA() const { return abRepeat_.markA; }
   int64_t MarkB() const { return abRepeat_.markB; }
+
+  // Clip cutting (clip_cut.cpp): a job that copies [start, end) of the open
+  // file into `outputPath`, made but not started, for the caller to own and
+  // start; null when nothing is open, no ffmpeg is found or end is not after
+  // start. It runs on a thread of its own: the window never waits for it.
+  std::unique_ptr<ExternalToolTask> CutToFile(double startSeconds, double endSeconds,
+                                              const QString& outputPath);
 
   // The network buffer of a URL input, 0 to 100 (100 without one). Below
   // 100 a non-live address pauses the pipeline until the buffer is full
@@ -326,6 +355,7 @@ class GraphManager {
   std::vector<int64_t> keyframeSourceTable_;
 
   std::unique_ptr<SubtitleManager> subtitleManager_;
+  std::shared_ptr<ExternalToolTask> extractTask_;  // the embedded subtitle extraction
   GraphEventSink graphEventSink_;
   uint64_t graphGeneration_ = 0;         // interface thread only
   std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here

@@ -48,6 +48,7 @@ void PlaybackGraph::OnSourcePadAdded(GstElement*, GstPad* pad, gpointer self) {
     return;
   }
   g_signal_connect(splitter.get(), "pad-added", G_CALLBACK(&PlaybackGraph::OnStreamPadAdded), self);
+  KeepAssScripts(splitter.get());
   gst_bin_add(GST_BIN(graph->pipeline_.get()), splitter.get());
   gst_element_sync_state_with_parent(splitter.get());
   PadRef splitterSink = PadRef::Adopt(gst_element_get_static_pad(splitter.get(), "sink"));
@@ -126,8 +127,13 @@ void PlaybackGraph::HandleStream(GstPad* pad, GstCaps* caps) {
     // The other tracks wait, undecoded, for the menu.
     if (!gst_pad_is_linked(pad)) stream.dropProbe = DropStream(pad);
   }
-  // Streams nobody plays are dropped; left unlinked they would stop the demuxer.
-  if (!gst_pad_is_linked(pad) && !linkAudio) DropStream(pad);
+  // Streams nobody plays are dropped; left unlinked they would stop the
+  // demuxer. The tap drops subtitles too, after a look.
+  if (StreamKindOfCaps(caps) == StreamKind::kSubtitle) {
+    subtitleTap_.Attach(pad, caps);
+  } else if (!gst_pad_is_linked(pad) && !linkAudio) {
+    DropStream(pad);
+  }
   {
     std::lock_guard<std::mutex> guard(mutex_);
     ++handledStreams_;

@@ -64,6 +64,9 @@ void GraphManager::LoadSideSubtitles(const QString& mediaPath) {
 }
 
 void GraphManager::ClearSubtitles() {
+  // No stream feeds the manager from here on, and no extraction lands.
+  if (graph_) graph_->SubtitleTap().Deselect();
+  CancelEmbeddedExtraction();
   if (subtitleManager_) subtitleManager_->Clear();
 }
 

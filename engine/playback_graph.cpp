@@ -206,6 +206,7 @@ bool PlaybackGraph::CreateSource() {
   if (!source_ || !splitter) return false;
   g_object_set(source_.get(), "location", QFile::encodeName(request_.path).constData(), nullptr);
   g_signal_connect(splitter.get(), "pad-added", G_CALLBACK(&PlaybackGraph::OnStreamPadAdded), this);
+  KeepAssScripts(splitter.get());
   gst_bin_add_many(bin, source_.get(), splitter.get(), nullptr);
   if (!gst_element_link(source_.get(), splitter.get())) return false;
   std::lock_guard<std::mutex> guard(mutex_);

@@ -10,7 +10,9 @@
 //       for the playing audio track only (audio_track_choice.h decides which
 //       starts); the other audio streams are dropped at their pads until
 //       SelectAudioTrack gives one a lane and a decoder in place of the old
-//     → every other stream is dropped at its pad (a later stage takes subtitles)
+//     → subtitle streams end at their pads in the SubtitleTap (taken there
+//       for the graph route of embedded subtitles); every other stream is
+//       dropped at its pad
 //
 // The streams the splitter announces, linked or not, are listed in a
 // StreamInventory for the track menus.
@@ -33,6 +35,7 @@
 #include "engine/decoder_settings.h"
 #include "engine/gst_ref.h"
 #include "engine/stream_inventory.h"
+#include "engine/subtitle_stream_tap.h"
 
 #include <QSize>
 #include <QString>
@@ -132,6 +135,8 @@ class PlaybackGraph {
 
   // Tracks, numbered per kind (stream_inventory.h).
   const StreamInventory& Streams() const { return streams_; }
+  // The subtitle streams' data, taken where it would be dropped.
+  SubtitleStreamTap& SubtitleTap() { return subtitleTap_; }
   // −1 when no audio stream plays.
   int CurrentAudioTrack() const;
   // True when the track now plays. A switch replaces the decoder and seeks
@@ -224,6 +229,7 @@ class PlaybackGraph {
   AudioChain audio_;
   std::optional<AudioBranch> activeAudio_;  // the playing track's branch
   StreamInventory streams_;
+  SubtitleStreamTap subtitleTap_;              // guards itself
   std::map<GstObject*, int> collectionSizes_;  // streams announced, per parsebin
   int streamPadsSeen_ = 0;
   int handledStreams_ = 0;

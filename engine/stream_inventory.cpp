@@ -101,6 +101,21 @@ void StreamInventory::NoteStreamPad(GstPad* pad, StreamKind kind) {
   padStreams_.emplace_back(streamId, kind);
 }
 
+namespace {
+
+// A stream type says nothing of some subtitles (an ASS script kept as it is
+// has no "text/" caps): then the caps decide.
+StreamKind KindOfStream(GstStream* stream) {
+  const StreamKind kind = KindOfStreamType(gst_stream_get_stream_type(stream));
+  if (kind != StreamKind::kOther) return kind;
+  GstCaps* caps = gst_stream_get_caps(stream);
+  const StreamKind byCaps = StreamKindOfCaps(caps);
+  if (caps != nullptr) gst_caps_unref(caps);
+  return byCaps == StreamKind::kSubtitle ? byCaps : kind;
+}
+
+}  // namespace
+
 std::vector<StreamInventory::Entry> StreamInventory::Snapshot(StreamKind kind) const {
   std::lock_guard<std::mutex> guard(mutex_);
   auto padOf = [&](const std::string& id) {
@@ -114,7 +129,7 @@ std::vector<StreamInventory::Entry> StreamInventory::Snapshot(StreamKind kind) c
     for (guint i = 0; i < size; ++i) {
       GstStream* stream = gst_stream_collection_get_stream(collection.get(), i);
       const gchar* id = stream != nullptr ? gst_stream_get_stream_id(stream) : nullptr;
-      if (id == nullptr || KindOfStreamType(gst_stream_get_stream_type(stream)) != kind) continue;
+      if (id == nullptr || KindOfStream(stream) != kind) continue;
       entries.push_back({id, kind, StreamRef::Share(stream), padOf(id)});
     }
   }

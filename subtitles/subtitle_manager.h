@@ -106,6 +106,18 @@ class SubtitleManager {
   // Drops every cached picture (after a track change made elsewhere).
   void InvalidateQueue();
 
+  // A subtitle stream of the playing file in place of the loaded subtitle
+  // (subtitle_stream_track.cpp): an empty libass track from `assHeader` (an
+  // ASS stream's script header; empty: the header side files get, with the
+  // style of the settings), named `name` in the track list. Returns the
+  // token AddStreamEvent needs, 0 when no track could be made. Any later
+  // load or Clear ends it.
+  uint64_t StartStreamTrack(const QString& name, const std::string& assHeader);
+  // One event of that stream as an ASS chunk (subtitle_stream_track.h), from
+  // any thread (a streaming thread); dropped once its track has ended.
+  void AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
+                      int64_t durationMs);
+
   // A track or cues are loaded.
   bool HasSubtitle() const;
   std::vector<SubtitleTrackInfo> GetTracks() const;
@@ -154,6 +166,7 @@ class SubtitleManager {
   // The asynchronous loads: the newest request waits in pendingLoad_; a load
   // whose generation is no longer loadGeneration_ is stale.
   std::atomic<uint64_t> loadGeneration_{0};
+  std::atomic<uint64_t> streamTokens_{0};
   mutable std::mutex loadMutex_;  // the fields below
   std::condition_variable loadRequested_;
   std::optional<LoadJob> pendingLoad_;

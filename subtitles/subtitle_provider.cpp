@@ -142,6 +142,7 @@ bool CSubtitleProvider::Adopt(std::shared_ptr<PreparedSubtitle> prepared) {
   std::lock_guard lock(mutex_);
   if (prepared->Ass) prepared->Ass->FrameSize = FrameSizeFor(renderSize_);
   type_ = prepared->Type;
+  streamToken_ = 0;
   std::unique_ptr<AssContext> old = std::move(ass_);
   ass_ = std::move(prepared->Ass);
   cues_ = std::move(prepared->Cues);
@@ -173,6 +174,7 @@ std::unique_ptr<AssContext> CSubtitleProvider::TakeTrackAndClear() {
   events_.clear();
   timeline_.Clear();
   type_ = SubtitleType::kUnknown;
+  streamToken_ = 0;
   ContentChanged();
   return track;
 }

@@ -74,6 +74,16 @@ class CSubtitleProvider : public ISubPicProvider {
   SubtitleType GetType() const;
   bool HasSubtitle() const;
 
+  // A subtitle stream of the playing file (subtitle_stream_track.cpp): an
+  // empty libass track from an ASS script header, in place of whatever was
+  // loaded, whose events come later by AddStreamEvent. `token` (not 0) names
+  // it; any Adopt or Clear ends it.
+  bool AdoptStreamTrack(const std::string& header, uint64_t token);
+  // One event as an ASS chunk; ignored unless the track of `token` is still
+  // the one loaded, or libass has the line already (a stream seen again).
+  void AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
+                      int64_t durationMs);
+
   // Used by the next Load (the style is baked into converted scripts).
   void SetStyle(const SubtitleStyle& style);
   SubtitleStyle GetStyle() const;
@@ -111,6 +121,7 @@ class CSubtitleProvider : public ISubPicProvider {
   int64_t delayMs_ = 0;
   SubtitleStyle style_;
   uint64_t contentSerial_ = 1;
+  uint64_t streamToken_ = 0;  // the stream track loaded; 0 for none
 };
 
 }  // namespace zelvaro

@@ -1,0 +1,154 @@
+#include "subtitles/subtitle_stream_track.h"
+
+#include "subtitles/ass_script.h"
+#include "subtitles/libass_context.h"
+#include "subtitles/srt_converter.h"
+#include "subtitles/subtitle_manager.h"
+#include "subtitles/subtitle_provider.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace zelvaro {
+namespace {
+
+constexpr std::pair<std::string_view, std::string_view> kEntities[] = {
+    {"&lt;", "<"}, {"&gt;", ">"}, {"&quot;", "\""}, {"&apos;", "'"}, {"&amp;", "&"}};
+
+QSize StreamFrameSize(QSize renderSize) {
+  return {renderSize.width() < 1 ? 1920 : renderSize.width(),
+          renderSize.height() <= 0 ? 1080 : renderSize.height()};
+}
+
+}  // namespace
+
+std::string EmbeddedTextToAss(std::string_view utf8, bool markup) {
+  while (!utf8.empty() && (utf8.back() == '\n' || utf8.back() == '\r' || utf8.back() == '\0'))
+    utf8.remove_suffix(1);
+  std::string text;
+  text.reserve(utf8.size() + 8);
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    if (utf8[i] == '\r') continue;
+    if (utf8[i] == '\n') {
+      text.append("\\N");
+    } else {
+      text.push_back(utf8[i]);
+    }
+  }
+  text = StripSrtTags(text);
+  if (!markup) return text;
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (size_t i = 0; i < text.size();) {
+    bool replaced = false;
+    if (text[i] == '&') {
+      for (const auto& [entity, character] : kEntities) {
+        if (text.compare(i, entity.size(), entity) == 0) {
+          decoded.append(character);
+          i += entity.size();
+          replaced = true;
+          break;
+        }
+      }
+    }
+    if (!replaced) decoded.push_back(text[i++]);
+  }
+  return decoded;
+}
+
+std::string AssStreamChunk(int readOrder, std::string_view assText) {
+  std::string chunk = std::to_string(readOrder);
+  chunk.append(",0,Default,,0,0,0,,").append(assText);
+  return chunk;
+}
+
+bool CSubtitleProvider::AdoptStreamTrack(const std::string& header, uint64_t token) {
+  AssEngine* engine = AssEngine::Instance();
+  if (engine == nullptr || token == 0) return false;
+  AssTrackHandle track{ass_new_track(engine->Library())};
+  if (!track) return false;
+  ass_process_codec_private(track.get(), const_cast<char*>(header.data()),
+                            static_cast<int>(header.size()));
+  auto context = std::make_unique<AssContext>();
+  context->Track = std::move(track);
+  std::unique_ptr<AssContext> old;
+  {
+    std::lock_guard lock(mutex_);
+    context->FrameSize = StreamFrameSize(renderSize_);
+    old = std::move(ass_);
+    ass_ = std::move(context);
+    type_ = SubtitleType::kAss;
+    cues_.clear();
+    events_.clear();
+    timeline_.Clear();
+    streamToken_ = token;
+    ContentChanged();
+  }
+  FreeAssContext(std::move(old));
+  return true;
+}
+
+void CSubtitleProvider::AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
+                                       int64_t durationMs) {
+  if (chunk.size() > kMaxAssEventBytes) return;
+  std::lock_guard lock(mutex_);
+  if (token == 0 || token != streamToken_ || !ass_) return;
+  AssEngine* engine = AssEngine::Instance();
+  if (engine == nullptr) return;
+  {
+    // The renderer may be drawing from this very track.
+    std::lock_guard assLock(engine->Mutex());
+    ASS_Track* track = ass_->Track.get();
+    const int before = track->n_events;
+    ass_process_chunk(track, const_cast<char*>(chunk.data()), static_cast<int>(chunk.size()),
+                      startMs, durationMs);
+    if (track->n_events == before) return;  // a line libass had already
+    const ASS_Event& event = track->events[track->n_events - 1];
+    const SubtitleEvent added{event.Start * 10'000, (event.Start + event.Duration) * 10'000};
+    events_.insert(std::upper_bound(events_.begin(), events_.end(), added,
+                                    [](const SubtitleEvent& a, const SubtitleEvent& b) {
+                                      return a.Start < b.Start;
+                                    }),
+                   added);
+  }
+  std::vector<std::pair<int64_t, int64_t>> intervalsMs;
+  intervalsMs.reserve(events_.size());
+  for (const SubtitleEvent& event : events_)
+    intervalsMs.emplace_back(event.Start / 10'000, event.Stop / 10'000);
+  timeline_.Build(intervalsMs);
+  ContentChanged();
+}
+
+uint64_t SubtitleManager::StartStreamTrack(const QString& name, const std::string& assHeader) {
+  CancelLoads();
+  std::lock_guard operation(operationMutex_);
+  std::shared_ptr<CSubPicQueue> queue;
+  std::shared_ptr<CSubtitleProvider> provider;
+  if (!BeginLoad(name.isEmpty() ? QStringLiteral("-") : name, &queue, &provider)) return 0;
+  std::string header = assHeader;
+  if (header.empty()) AppendAssHeader(provider->GetStyle(), &header);
+  const uint64_t token = ++streamTokens_;
+  const bool adopted = provider->AdoptStreamTrack(header, token);
+  queue->ClearQueue();
+  if (!adopted) return 0;
+  SubtitleTrackInfo track;
+  track.Name = name;
+  track.External = false;
+  std::lock_guard lock(stateMutex_);
+  tracks_.push_back(std::move(track));
+  currentTrack_ = 0;
+  return token;
+}
+
+void SubtitleManager::AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
+                                     int64_t durationMs) {
+  std::shared_ptr<CSubtitleProvider> provider;
+  {
+    std::lock_guard lock(stateMutex_);
+    provider = provider_;
+  }
+  if (provider) provider->AddStreamEvent(token, chunk, startMs, durationMs);
+}
+
+}  // namespace zelvaro

@@ -1,0 +1,201 @@
+// Subtitle streams inside the file, chosen from the subtitle menu of the real
+// window and read back from the picture it shows, on both routes: the graph
+// route (the splitter's samples into libass) and the external one (ffmpeg
+// extracts a temporary file). The clips are dark grey; their SubRip lines
+// stand at the bottom and their ASS lines (a fade and a move) at the top,
+// cues at 1-3 s and 4-5 s, so where text shows tells which track is on.
+
+#include "app/commands.h"
+#include "app/video_renderer.h"
+#include "engine/graph_manager.h"
+#include "foundation/setting_names.h"
+#include "foundation/settings.h"
+#include "tests/app/shell_test_support.h"
+
+#include <QDir>
+
+namespace zelvaro {
+
+namespace {
+
+constexpr int kWaitMs = 20'000;
+constexpr int kTextLevelMin = 180;  // the clip's grey is 48
+constexpr int kEnoughTextPixels = 20;
+
+struct Look {
+  int64_t time100ns = -1;
+  int above = 0;  // text pixels in the upper half of the picture
+  int below = 0;
+};
+
+Look LookAt(VideoRenderer* renderer) {
+  Look look;
+  look.time100ns = renderer->Counters().lastPaintedTime100ns;
+  const QImage image = renderer->DisplayedImage().convertToFormat(QImage::Format_RGB32);
+  for (int y = 0; y < image.height(); ++y) {
+    const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+    for (int x = 0; x < image.width(); ++x) {
+      if (qRed(row[x]) < kTextLevelMin || qGreen(row[x]) < kTextLevelMin ||
+          qBlue(row[x]) < kTextLevelMin)
+        continue;
+      ++(y < image.height() / 2 ? look.above : look.below);
+    }
+  }
+  return look;
+}
+
+enum class Where { Above, Below };
+
+bool InCue(int64_t time100ns) {
+  const double seconds = time100ns / 1e7;
+  return (seconds > 1.25 && seconds < 2.75) || (seconds > 4.1 && seconds < 4.9);
+}
+
+bool ShowsOnly(const Look& look, Where where) {
+  const int wanted = where == Where::Above ? look.above : look.below;
+  const int other = where == Where::Above ? look.below : look.above;
+  return wanted >= kEnoughTextPixels && other == 0;
+}
+
+}  // namespace
+
+class EmbeddedSubtitlesTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() {
+    home_ = std::make_unique<test::TempHome>();
+    window_ = test::StartPlayer();
+    QVERIFY(window_);
+    graph_ = window_->graph();
+  }
+
+  void cleanup() {
+    test::StopPlayer();
+    home_.reset();
+  }
+
+  void aChosenTrackShowsAtItsCues_data() {
+    QTest::addColumn<uint>("method");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("track");
+    QTest::addColumn<bool>("above");
+    const struct {
+      const char* name;
+      const char* file;
+      int track;
+      bool above;
+    } files[] = {{"ass", "embedded_ass.mkv", 0, true},
+                 {"srt", "embedded_srt.mkv", 0, false},
+                 {"mov_text", "embedded_movtext.mp4", 0, false}};
+    for (const uint method : {1u, 0u}) {
+      for (const auto& f : files) {
+        QTest::addRow("%s %s", method == 1 ? "graph" : "external", f.name)
+            << method << QString(f.file) << f.track << f.above;
+      }
+    }
+  }
+
+  void aChosenTrackShowsAtItsCues() {
+    QFETCH(uint, method);
+    QFETCH(QString, file);
+    QFETCH(int, track);
+    QFETCH(bool, above);
+    Settings::SetDword(setting::kEmbeddedSubtitleMethod, method);
+    QVERIFY(window_->OpenFile(test::FixturePath(file)));
+    graph_->Pause();
+    QVERIFY(graph_->GetSubtitleTrackCount() > track);
+    window_->OnCommand(ID_SUBTITLE_TRACK_FIRST + track);
+    QTRY_COMPARE_WITH_TIMEOUT(window_->embeddedSubtitleIndex(), track, kWaitMs);
+
+    // Before the first cue nothing shows; inside it, the line in its place.
+    VideoRenderer* video = window_->videoWindow();
+    QTRY_VERIFY_WITH_TIMEOUT(LookAt(video).time100ns >= 0, kWaitMs);
+    const Look start = LookAt(video);
+    QCOMPARE(start.above + start.below, 0);
+    QVERIFY(graph_->Play());
+    const Where where = above ? Where::Above : Where::Below;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+          const Look look = LookAt(video);
+          return InCue(look.time100ns) && ShowsOnly(look, where);
+        }(),
+        kWaitMs);
+    // Between the cues the picture is clear again.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+          const Look look = LookAt(video);
+          return look.time100ns > 32'000'000 && look.time100ns < 38'000'000 &&
+                 look.above + look.below == 0;
+        }(),
+        kWaitMs);
+  }
+
+  void switchingTracksReplacesTheText_data() {
+    QTest::addColumn<uint>("method");
+    QTest::newRow("graph") << 1u;
+    QTest::newRow("external") << 0u;
+  }
+
+  void switchingTracksReplacesTheText() {
+    QFETCH(uint, method);
+    Settings::SetDword(setting::kEmbeddedSubtitleMethod, method);
+    QVERIFY(window_->OpenFile(test::FixturePath("embedded_two.mkv")));
+    graph_->Pause();
+    window_->OnCommand(ID_SUBTITLE_TRACK_FIRST);
+    QTRY_COMPARE_WITH_TIMEOUT(window_->embeddedSubtitleIndex(), 0, kWaitMs);
+    QVERIFY(graph_->Play());
+    VideoRenderer* video = window_->videoWindow();
+    QTRY_VERIFY_WITH_TIMEOUT(ShowsOnly(LookAt(video), Where::Below), kWaitMs);
+
+    window_->OnCommand(ID_SUBTITLE_TRACK_FIRST + 1);
+    QTRY_COMPARE_WITH_TIMEOUT(window_->embeddedSubtitleIndex(), 1, kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(ShowsOnly(LookAt(video), Where::Above), kWaitMs);
+  }
+
+  void theSubtitleSettingsChooseTheStartingTrack_data() {
+    QTest::addColumn<int>("mode");  // −1: the setting is absent
+    QTest::addColumn<QString>("languages");
+    QTest::addColumn<int>("track");
+    QTest::newRow("no mode") << -1 << "kor" << -1;
+    QTest::newRow("no subtitles") << 0 << "kor" << -1;
+    QTest::newRow("preferred language") << 2 << "kor" << 1;
+    QTest::newRow("second preference") << 2 << "fre, eng" << 0;
+  }
+
+  void theSubtitleSettingsChooseTheStartingTrack() {
+    QFETCH(int, mode);
+    QFETCH(QString, languages);
+    QFETCH(int, track);
+    Settings::SetDword(setting::kEmbeddedSubtitleMethod, 1);
+    if (mode >= 0) Settings::SetDword(setting::kLavSubtitleMode, static_cast<uint32_t>(mode));
+    Settings::SetString(setting::kLavPreferredSubLanguages, languages);
+    // English SubRip and Korean ASS, no side file.
+    QVERIFY(window_->OpenFile(test::FixturePath("multitrack.mkv")));
+    QCOMPARE(window_->embeddedSubtitleIndex(), track);
+  }
+
+  void theExternalRouteWritesTheDesignedTemporaryFile() {
+    QVERIFY(window_->OpenFile(test::FixturePath("embedded_ass.mkv")));
+    bool loaded = false;
+    QVERIFY(graph_->ExtractEmbeddedSubtitle(0, [&](bool ok) { loaded = ok; }));
+    QTRY_VERIFY_WITH_TIMEOUT(loaded, kWaitMs);
+    QFile extracted(QDir(QDir::tempPath()).filePath("Zelvaro_embedded_sub.ass"));
+    QVERIFY(extracted.open(QIODevice::ReadOnly));
+    QVERIFY(extracted.readAll().contains("\\move(160,20,160,40)"));
+
+    // A stream that is not there starts nothing.
+    QVERIFY(!graph_->ExtractEmbeddedSubtitle(5));
+    QVERIFY(!graph_->GrabEmbeddedSubtitle(5));
+  }
+
+ private:
+  std::unique_ptr<test::TempHome> home_;
+  MainWindow* window_ = nullptr;
+  GraphManager* graph_ = nullptr;
+};
+
+}  // namespace zelvaro
+
+QTEST_MAIN(zelvaro::EmbeddedSubtitlesTest)
+#include "embedded_subtitles_test.moc"
