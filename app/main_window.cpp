@@ -7,11 +7,13 @@
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/window_globals.h"
+#include "app/worker_mailbox.h"
 #include "app/window_placement.h"
 #include "chrome/chrome_paint.h"
 #include "chrome/dark_menu.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_window.h"
+#include "engine/frame_capture.h"
 #include "engine/graph_manager.h"
 #include "engine/thumbnail_generator.h"
 #include "foundation/language_manager.h"
@@ -100,7 +102,9 @@ std::vector<ScreenArea> Screens() {
 MainWindow::MainWindow()
     : lyricsHook_(
           [this](std::unique_ptr<LyricsResult> result) { OnLyricsResult(std::move(result)); }),
-      albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }) {
+      albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }),
+      screenshotMailbox_(std::make_shared<WorkerMailbox>(this)) {
+  albumArtHook_.SetBody(ExtractAlbumArt);
   setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
   setWindowTitle(QStringLiteral("Zelvaro"));
   setWindowIcon(chrome::ApplicationIcon());
@@ -115,6 +119,7 @@ MainWindow::~MainWindow() {
   // A lyrics request still running is left to finish on its own.
   lyricsHook_.Cancel();
   albumArtHook_.Cancel();
+  screenshotMailbox_->Close();
   // The toolbar outlives the generator by a moment: it must not ask it.
   if (toolbar_) toolbar_->SetPreview(false, nullptr);
   thumbnailGenerator_.reset();

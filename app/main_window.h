@@ -26,6 +26,7 @@
 #include "app/menu_models.h"
 #include "app/messages.h"
 #include "app/wheel_steps.h"
+#include "app/worker_mailbox.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
 
@@ -87,6 +88,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   qintptr OnPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
   // Safe from any thread: delivers the message on the interface thread.
   void PostPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
+
+  // Writes the frame on show to the pictures folder (main_window_screenshot.cpp).
+  void TakeScreenshot();
 
   // Applies what the options pages change.
   void ApplySettings();
@@ -268,6 +272,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   std::unique_ptr<LyricsResult> lyrics_;
   AlbumArtHook albumArtHook_;
   QImage albumArt_;
+  // Screenshots are written by workers that report here (main_window_screenshot.cpp).
+  std::shared_ptr<WorkerMailbox> screenshotMailbox_;
 
   bool fullscreen_ = false;
   bool showTitleBar_ = true;

@@ -319,7 +319,12 @@ void MainWindow::RunCommand(int id) {
       ShowOsd(LanguageManager::GetString(u"OSD.SubtitleDelayReset"), kOsdMs);
       break;
 
-    // Screenshots, sizing to the video and the panels and dialogs (control
+    case ID_SCREENSHOT:
+    case ID_KEY_SCREENSHOT:
+      TakeScreenshot();
+      break;
+
+    // Sizing to the video and the panels and dialogs (control
     // panel, file information, clip cutting, favourites manager) act
     // through pieces this window does not hold yet: they do nothing.
     default:
