@@ -3,6 +3,7 @@
 
 #include "app/main_window.h"
 
+#include "app/audio_cover_view.h"
 #include "app/dpi.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
@@ -197,6 +198,8 @@ bool MainWindow::Create() {
   thumbnailPreview_ = SeekbarThumbnailPreview;
   thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
   toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
+  // Below the OSD line, which is made after it.
+  coverView_ = new AudioCoverView(videoWindow_);
   osdOverlay_ = new OsdOverlay(videoWindow_);
 
   connect(&positionTimer_, &QTimer::timeout, this, [this] { OnTimer(1001); });

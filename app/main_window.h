@@ -24,6 +24,7 @@
 #include "app/favorite_run.h"
 #include "app/lyrics_hook.h"
 #include "app/menu_models.h"
+#include "app/spectrum_analyzer.h"
 #include "app/messages.h"
 #include "app/wheel_steps.h"
 #include "app/worker_mailbox.h"
@@ -54,6 +55,8 @@ namespace chrome {
 class TitleBarWindow;
 class ToolbarWindow;
 }  // namespace chrome
+
+class AudioCoverView;
 
 class MainWindow : public QWidget, private chrome::ChromeHost {
   Q_OBJECT
@@ -129,6 +132,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   bool HasLyrics() const { return hasLyrics_; }
   const LyricsResult* lyrics() const { return lyrics_.get(); }
   const QImage& albumArt() const { return albumArt_; }
+  AudioCoverView* audioCoverView() const { return coverView_; }
   double lastSpeed() const { return lastSpeed_; }
   bool sizeOsdArmed() const { return sizeOsdArmed_; }
 
@@ -186,6 +190,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   void OnLyricsResult(std::unique_ptr<LyricsResult> result);
   void OnAlbumArtResult(std::unique_ptr<AlbumArt> art);
   void ClearAlbumArt();
+  // main_window_spectrum.cpp: the cover view for an audio-only input, and
+  // the spectrum's feed at each tick of timer 1006.
+  void SetAudioOnly(bool audioOnly);
+  void FeedSpectrum();
   void ToggleLyricsPanel();
   void UpdateTitleBarName();
 
@@ -274,6 +282,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost {
   QImage albumArt_;
   // Screenshots are written by workers that report here (main_window_screenshot.cpp).
   std::shared_ptr<WorkerMailbox> screenshotMailbox_;
+  AudioCoverView* coverView_ = nullptr;  // child of videoWindow_
+  SpectrumAnalyzer spectrum_;
 
   bool fullscreen_ = false;
   bool showTitleBar_ = true;

@@ -84,4 +84,11 @@ inline constexpr QColor kTooltipBackground = Rgb(0xFFF299);
 inline constexpr QColor kTooltipFrame = Rgb(0x000000);
 inline constexpr QColor kTooltipText = Rgb(0x000000);
 
+// An audio file's cover (app/audio_cover_view.h): the dimming over its
+// blurred copy, the three steps of its shadow from the outermost in, and its
+// outline. The spectrum's bars take their colour from their level.
+inline constexpr QColor kCoverDim{0, 0, 0, 0x32};
+inline constexpr QColor kCoverShadow[3] = {{0, 0, 0, 0x28}, {0, 0, 0, 0x3C}, {0, 0, 0, 0x50}};
+inline constexpr QColor kCoverOutline{0, 0, 0, 0xB4};
+
 }  // namespace zelvaro::chrome
