@@ -17,12 +17,13 @@ namespace {
 constexpr double kCoverShare = 0.7;
 
 // Scaling down to a few pixels and back up is the blur: no filter pass over
-// a large image.
+// a large image. Kept at 48x48 and stretched over the window when the cache
+// is composed, which looks the same as a copy at the image's own size and
+// holds a few kilobytes instead of megabytes.
 QImage BlurredCopy(const QImage& image) {
-  const QImage argb = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-  QImage blurred = argb.scaled(8, 8, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                       .scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                       .scaled(image.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+  QImage blurred = image.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                       .scaled(8, 8, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                       .scaled(48, 48, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
   QPainter painter(&blurred);
   painter.fillRect(blurred.rect(), chrome::kCoverDim);
   return blurred;
@@ -121,8 +122,10 @@ void AudioCoverView::RebuildCache() {
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
   const int w = width(), h = height();
   if (!blurred_.isNull()) {
-    const double scale = std::max(double(h) / blurred_.height(), double(w) / blurred_.width());
-    const QSize size(int(blurred_.width() * scale), int(blurred_.height() * scale));
+    // Covers the window with the image's own shape.
+    const QSize image = albumArt_.size();
+    const double scale = std::max(double(h) / image.height(), double(w) / image.width());
+    const QSize size(int(image.width() * scale), int(image.height() * scale));
     painter.drawImage(QRect(QPoint((w - size.width()) / 2, (h - size.height()) / 2), size),
                       blurred_);
   }
