@@ -93,10 +93,16 @@ void AudioCoverView::ClearAlbumArt() {
 }
 
 void AudioCoverView::SetBars(const SpectrumAnalyzer::Levels& levels) {
-  const bool changed = levels != bars_;
+  bandsStale_ = bandsStale_ || levels != bars_;
   bars_ = levels;
   barsActive_ = true;
-  if (!changed) return;
+  if (!bandsStale_) return;
+  // Timer 1006 ticks a little faster than 60 a second; a change it brings
+  // sooner waits for the next tick.
+  constexpr qint64 kMinRepaintNs = 1'000'000'000 / 60;
+  if (sinceBandRepaint_.isValid() && sinceBandRepaint_.nsecsElapsed() < kMinRepaintNs) return;
+  sinceBandRepaint_.start();
+  bandsStale_ = false;
   const QRect band = ComputeCoverGeometry(size(), albumArt_.size()).bands;
   update(band.isEmpty() ? rect() : band);
 }
@@ -104,6 +110,7 @@ void AudioCoverView::SetBars(const SpectrumAnalyzer::Levels& levels) {
 void AudioCoverView::ResetBars() {
   bars_.fill(0.0f);
   barsActive_ = false;
+  bandsStale_ = false;
   update();
 }
 

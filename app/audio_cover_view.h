@@ -7,10 +7,11 @@
 //
 // The cover, its blurred background, shadow and outline are composed once
 // per size into a cache; a change of the bands repaints only the band
-// rectangle, and an unchanged set repaints nothing.
+// rectangle, at most 60 times a second, and an unchanged set repaints nothing.
 
 #include "app/spectrum_analyzer.h"
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QRect>
 #include <QWidget>
@@ -58,6 +59,8 @@ class AudioCoverView : public QWidget {
   QImage frameCache_;  // background, cover, shadow and outline at this size
   SpectrumAnalyzer::Levels bars_{};
   bool barsActive_ = false;
+  bool bandsStale_ = false;  // bars_ changed since the band was last repainted
+  QElapsedTimer sinceBandRepaint_;
 };
 
 }  // namespace zelvaro
