@@ -6,7 +6,7 @@
 // cues at 1-3 s and 4-5 s, so where text shows tells which track is on.
 
 #include "app/commands.h"
-#include "app/video_renderer.h"
+#include "video/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
