@@ -3,17 +3,19 @@
 
 #include "app/main_window.h"
 
+#include "app/audio_cover_view.h"
 #include "app/desktop_services.h"
-
 #include "app/dpi.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/window_globals.h"
+#include "app/worker_mailbox.h"
 #include "app/window_placement.h"
 #include "chrome/chrome_paint.h"
 #include "chrome/dark_menu.h"
 #include "chrome/title_bar_window.h"
 #include "chrome/toolbar_window.h"
+#include "engine/frame_capture.h"
 #include "engine/graph_manager.h"
 #include "engine/thumbnail_generator.h"
 #include "foundation/language_manager.h"
@@ -86,7 +88,9 @@ std::vector<ScreenArea> Screens() {
 MainWindow::MainWindow()
     : lyricsHook_(
           [this](std::unique_ptr<LyricsResult> result) { OnLyricsResult(std::move(result)); }),
-      albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }) {
+      albumArtHook_([this](std::unique_ptr<AlbumArt> art) { OnAlbumArtResult(std::move(art)); }),
+      screenshotMailbox_(std::make_shared<WorkerMailbox>(this)) {
+  albumArtHook_.SetBody(ExtractAlbumArt);
   setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
   setWindowTitle(QStringLiteral("Zelvaro"));
   setWindowIcon(chrome::ApplicationIcon());
@@ -104,6 +108,7 @@ MainWindow::~MainWindow() {
   // The panel goes before the model it shows.
   delete playlistWindow_;
   playlistWindow_ = nullptr;
+  screenshotMailbox_->Close();
   // The toolbar outlives the generator by a moment: it must not ask it.
   if (toolbar_) toolbar_->SetPreview(false, nullptr);
   thumbnailGenerator_.reset();
@@ -180,6 +185,8 @@ bool MainWindow::Create() {
   thumbnailPreview_ = SeekbarThumbnailPreview;
   thumbnailGenerator_ = std::make_unique<ThumbnailGenerator>();
   toolbar_->SetPreview(thumbnailPreview_, thumbnailGenerator_.get());
+  // Below the OSD line, which is made after it.
+  coverView_ = new AudioCoverView(videoWindow_);
   osdOverlay_ = new OsdOverlay(videoWindow_);
   CreateLyricsPanel();
 

@@ -28,10 +28,12 @@
 #include "app/file_info_window.h"
 #include "app/lyrics_hook.h"
 #include "app/menu_models.h"
+#include "app/spectrum_analyzer.h"
 #include "app/messages.h"
 #include "app/panel_dock.h"
 #include "app/wheel_steps.h"
 #include "app/window_sizing.h"
+#include "app/worker_mailbox.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
 #include "library/resume_positions.h"
@@ -67,6 +69,8 @@ namespace chrome {
 class TitleBarWindow;
 class ToolbarWindow;
 }  // namespace chrome
+
+class AudioCoverView;
 
 class MainWindow : public QWidget, private chrome::ChromeHost, private panels::PanelHost {
   Q_OBJECT
@@ -121,6 +125,9 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   qintptr OnPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0);
   // Safe from any thread: delivers the message on the interface thread.
   void PostPlayerMessage(int message, qintptr wParam = 0, qintptr lParam = 0) override;
+
+  // Writes the frame on show to the pictures folder (main_window_screenshot.cpp).
+  void TakeScreenshot();
 
   // Applies what the options pages change.
   void ApplySettings();
@@ -181,6 +188,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   const LyricsResult* lyrics() const { return lyrics_.get(); }
   LyricsWindow* lyricsWindow() const { return lyricsWindow_; }
   const QImage& albumArt() const { return albumArt_; }
+  AudioCoverView* audioCoverView() const { return coverView_; }
   double lastSpeed() const { return lastSpeed_; }
   bool sizeOsdArmed() const { return sizeOsdArmed_; }
 
@@ -252,6 +260,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void OnLyricsResult(std::unique_ptr<LyricsResult> result);
   void OnAlbumArtResult(std::unique_ptr<AlbumArt> art);
   void ClearAlbumArt();
+  // main_window_spectrum.cpp: the cover view for an audio-only input, and
+  // the spectrum's feed at each tick of timer 1006.
+  void SetAudioOnly(bool audioOnly);
+  void FeedSpectrum();
   void UpdateTitleBarName();
 
   // main_window_file_info.cpp
@@ -388,6 +400,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   LyricsWindow* lyricsWindow_ = nullptr;  // a top-level tool window owned as a child
   AlbumArtHook albumArtHook_;
   QImage albumArt_;
+  // Screenshots are written by workers that report here (main_window_screenshot.cpp).
+  std::shared_ptr<WorkerMailbox> screenshotMailbox_;
+  AudioCoverView* coverView_ = nullptr;  // child of videoWindow_
+  SpectrumAnalyzer spectrum_;
 
   bool fullscreen_ = false;
   bool showTitleBar_ = true;

@@ -356,9 +356,11 @@ void MainWindow::RunCommand(int id) {
       ShowOsd(LanguageManager::GetString(u"OSD.SubtitleDelayReset"), kOsdMs);
       break;
 
-    // Screenshots and the panels and dialogs (control
-    // panel, file information, clip cutting, favourites manager) act
-    // through pieces this window does not hold yet: they do nothing.
+    case ID_SCREENSHOT:
+    case ID_KEY_SCREENSHOT:
+      TakeScreenshot();
+      break;
+
     default:
       break;
   }

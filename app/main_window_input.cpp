@@ -117,6 +117,7 @@ void MainWindow::OnTimer(int id) {
       break;
     case 1006:
       if (osdOverlay_ && osdOverlay_->isShowing()) osdOverlay_->OsdTick();
+      FeedSpectrum();
       break;
     case 1007:
       sizeOsdTimer_.stop();

@@ -4,6 +4,7 @@
 
 #include "app/commands.h"
 #include "app/main_window.h"
+#include "app/audio_cover_view.h"
 #include "app/osd_formats.h"
 #include "app/osd_overlay.h"
 #include "app/url_dialog.h"
@@ -69,6 +70,7 @@ bool MainWindow::OpenFile(const QString& passedPath) {
   if (!graph_->OpenFile(path)) return false;
 
   if (!graph_->VideoConnected()) albumArtHook_.Start(path);
+  SetAudioOnly(!graph_->VideoConnected());
 
   graph_->Play();
   SyncToolbar();
@@ -328,12 +330,13 @@ void MainWindow::PlayIndexAt(int index, double startSeconds) {
 void MainWindow::OnAlbumArtResult(std::unique_ptr<AlbumArt> art) {
   if (!art || art->image.isNull()) return;
   albumArt_ = std::move(art->image);
-  if (videoWindow_) videoWindow_->update();
+  if (coverView_) coverView_->SetAlbumArt(albumArt_);
 }
 
 void MainWindow::ClearAlbumArt() {
   albumArtHook_.Cancel();
   albumArt_ = QImage();
+  if (coverView_) coverView_->ClearAlbumArt();
 }
 
 }  // namespace zelvaro

@@ -149,5 +149,11 @@ inline constexpr QColor kPanelClosePressed = Rgb(0x969696);
 inline constexpr QColor kPanelSliderTrack = Rgb(0x505050);
 inline constexpr QColor kPanelSliderFilled = Rgb(0x64B4FF);
 inline constexpr QColor kPanelSliderTicks = Rgb(0x646464);
+// An audio file's cover (app/audio_cover_view.h): the dimming over its
+// blurred copy, the three steps of its shadow from the outermost in, and its
+// outline. The spectrum's bars take their colour from their level.
+inline constexpr QColor kCoverDim{0, 0, 0, 0x32};
+inline constexpr QColor kCoverShadow[3] = {{0, 0, 0, 0x28}, {0, 0, 0, 0x3C}, {0, 0, 0, 0x50}};
+inline constexpr QColor kCoverOutline{0, 0, 0, 0xB4};
 
 }  // namespace zelvaro::chrome

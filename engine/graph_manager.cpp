@@ -10,6 +10,7 @@
 #include "subtitles/subtitle_manager.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 #include <QObject>
 
@@ -319,6 +320,7 @@ void GraphManager::Close() {
   abRepeat_.Clear();
   ClearSubtitles();
   procAmpReady_ = false;
+  QFile::remove(AlbumArtTempPath());
   if (graph_) {
     graph_->SetVideoOutput(nullptr);
     if (videoWindowHandle_ != nullptr) videoWindowHandle_->ClearFrame();

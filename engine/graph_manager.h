@@ -41,6 +41,7 @@
 #include "engine/audio_chain.h"
 #include "engine/decoder_info.h"
 #include "engine/decoder_policy.h"
+#include "engine/frame_capture.h"
 #include "engine/graph_events.h"
 #include "engine/proc_amp.h"
 
@@ -149,6 +150,15 @@ class GraphManager {
   bool ReadProcAmpRanges();
   // The four values mapped on the ranges, sent at once; needs the ranges.
   bool ApplyProcAmp();
+
+  // Frame capture (frame_capture.cpp, which also says which way
+  // ScreenshotMethod picks). Interface thread; the images are the
+  // renderer's read-backs, null when there is nothing to show.
+  CaptureResult CaptureFrame();
+  QImage CaptureFrameImage();
+  QImage CaptureDisplayedImage();  // as shown: turned, mirrored, with subtitles
+  QImage CaptureCurrentImage();    // the frame itself at its display size
+  QImage CapturePrintWindow();     // the video area as the screen shows it
 
   // Audio control (audio_control.cpp). Volume 0.0 to 1.0 on a decibel
   // curve (VolumeLevel); true when the graph took it.

@@ -60,6 +60,12 @@ class VideoOutput {
   // "displayedImage": what the renderer last showed, as it appears on screen
   // (rotation, mirroring and overlays applied). Null when nothing was shown.
   virtual QImage DisplayedImage() = 0;
+  // The current frame without the renderer's processing (no turn, mirror,
+  // colour controls or overlay), at its display size; null when none.
+  virtual QImage CurrentImage() { return {}; }
+  // The picture area as the screen shows it, bars and all; null when it
+  // cannot be read.
+  virtual QImage GrabWindow() { return {}; }
 };
 
 }  // namespace zelvaro

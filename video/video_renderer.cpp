@@ -11,6 +11,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QResizeEvent>
+#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
@@ -183,6 +184,32 @@ QImage VideoRenderer::DisplayedImage() {
 void VideoRenderer::SetSubtitleOverlaySource(SubtitleOverlaySource* source) {
   overlaySource_ = source;
   RequestRepaint();
+}
+
+QImage VideoRenderer::CurrentImage() {
+  // The newest frame, shown or about to be.
+  VideoFramePtr newest = shownFrame_;
+  {
+    std::lock_guard<std::mutex> guard(mailboxMutex_);
+    if (pendingReplacesShown_) newest = pendingFrame_;
+  }
+  if (!newest) return {};
+  const VideoFrame& frame = *newest;
+  QImage image = ConvertFrameToRgb(frame, MakeYuvToRgbMatrix(frame.matrix, frame.range));
+  const QSize size = ReadBackSize(ShownPictureSize(frame, 0));
+  if (image.isNull() || image.size() == size) return image;
+  return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+QImage VideoRenderer::GrabWindow() {
+  QScreen* shownOn = screen();
+  if (shownOn == nullptr || !isVisible()) return {};
+  // The top-level window's own: asking this widget for a native id would
+  // make it a native window and change how it paints.
+  const QPoint at = mapTo(window(), QPoint(0, 0));
+  return shownOn->grabWindow(window()->winId(), at.x(), at.y(), width(), height())
+      .toImage()
+      .convertToFormat(QImage::Format_RGB32);
 }
 
 void VideoRenderer::paintEvent(QPaintEvent* event) {

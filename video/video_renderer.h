@@ -90,6 +90,10 @@ class VideoRenderer : public QWidget, public VideoOutput {
   // overlay as on screen, without the letterbox bars. RGB32; null when no
   // frame is on screen.
   QImage DisplayedImage() override;
+  // The shown frame at its display size, converted with the stream's own
+  // matrix only.
+  QImage CurrentImage() override;
+  QImage GrabWindow() override;
 
   // The source of the overlay picture; not owned, null for none. Clear it
   // before the source is destroyed.

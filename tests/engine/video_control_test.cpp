@@ -9,6 +9,9 @@
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
+#include <QFile>
+#include <QImage>
+
 #include <gtest/gtest.h>
 
 namespace zelvaro {
@@ -127,6 +130,23 @@ TEST_F(VideoControlTest, LetterboxesTheTurnedPicture) {
   graph.SetRotation(90);
   ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
   EXPECT_EQ(output.DestinationRect(), QRect(219, 0, 562, 1000));
+}
+
+}  // namespace
+}  // namespace zelvaro
+
+namespace zelvaro {
+namespace {
+
+TEST(AlbumArtTest, CopiesTheCoverOutAndRefusesWhatHasNone) {
+  const QString art = ExtractAlbumArt(test::FixturePath(QStringLiteral("cover_art.mp3")));
+  ASSERT_EQ(art, AlbumArtTempPath());
+  EXPECT_EQ(QImage(art).size(), QSize(300, 300));
+  EXPECT_TRUE(ExtractAlbumArt(QStringLiteral("https://host/a.mp3")).isEmpty());
+  EXPECT_TRUE(ExtractAlbumArt(QStringLiteral("/no/such/file.mp3")).isEmpty());
+  EXPECT_TRUE(ExtractAlbumArt(QString()).isEmpty());
+  GraphManager().Close();  // Close removes the temporary file
+  EXPECT_FALSE(QFile::exists(AlbumArtTempPath()));
 }
 
 }  // namespace
