@@ -114,6 +114,8 @@ MainWindow::~MainWindow() {
   thumbnailGenerator_.reset();
   if (graph_) {
     if (videoWindow_) DisconnectSubtitleOverlay(*videoWindow_);
+    // Ended without Destroy (the application torn down): the place is kept.
+    RememberResumePosition();
     graph_->Close();
     graph_->SetVideoOutput(nullptr);
     graph_.reset();
@@ -365,6 +367,7 @@ void MainWindow::Destroy() {
   // the window is deleted.
   desktop_.reset();
   if (graph_) {
+    RememberResumePosition();
     graph_->Close();
     graph_->SetVideoOutput(nullptr);
   }
@@ -424,8 +427,6 @@ void MainWindow::EnterFullscreen() {
   showTitleBar_ = false;
   showToolbar_ = false;
   DockBars(true);
-  HideLyricsForFullscreen();
-  HideControlPanelForFullscreen();
   // The whole monitor of the window, not its work area; said outright as
   // well, for a desktop without a window manager to honour the state.
   if (const QScreen* monitor = screen()) setGeometry(monitor->geometry());
@@ -452,7 +453,6 @@ void MainWindow::LeaveFullscreen() {
   LayoutChildren();
   if (graph_) graph_->RefreshVideoPosition();
   for (const auto& dock : docks_) dock->RestoreAfterFullscreen();
-  RestoreLyricsAfterFullscreen();
   RestoreControlPanelAfterFullscreen();
   // Keys come back to the window, not to a panel shown again. Wayland lets
   // no client take the focus by itself (and says so on every attempt).

@@ -36,6 +36,7 @@
 #include "app/worker_mailbox.h"
 #include "chrome/chrome_host.h"
 #include "library/recent_files.h"
+#include "library/resume_positions.h"
 #include "panels/panel_host.h"
 
 #include <QImage>
@@ -90,6 +91,8 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void Stop();
   void PlayIndex(int index);
   void PlayIndexAt(int index, double startSeconds);
+  // The local file now open, where it stands, for its next opening.
+  void RememberResumePosition();
 
   void ToggleFullscreen() override;
   void LayoutChildren();
@@ -275,8 +278,6 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   // Timer 1001: the panel's line follows the position.
   void UpdateLyricsLine();
   void SaveLyricsPanel();
-  void HideLyricsForFullscreen();
-  void RestoreLyricsAfterFullscreen();
 
   // main_window_commands.cpp
   void RunCommand(int id);
@@ -292,6 +293,10 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void ToggleFlipHorizontal();
   void ToggleFlipVertical();
   void WalkFavorites(FavoriteStep (FavoriteRun::*step)());
+  // main_window_resume.cpp: a start at a position of the caller's own (a
+  // favourite's) wins over the remembered one.
+  bool OpenFileFrom(const QString& path, double startSeconds);
+  void ResumeIfRemembered(const QString& path);
   void DisableSubtitles();
   void OpenSubtitleFile();
   void ShowPositionOsd();
@@ -328,8 +333,7 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   void CreateControlPanel();
   void ToggleControlPanel();
   void SaveControlPanel();
-  // Fullscreen hides a shown panel and brings it back after.
-  void HideControlPanelForFullscreen();
+  // The panel's dock brings it back after fullscreen; this shows it afresh.
   void RestoreControlPanelAfterFullscreen();
   // Shows in an open panel what a key, a menu or the engine changed.
   void RefreshControlPanel();
@@ -371,18 +375,22 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   std::unique_ptr<ThumbnailGenerator> thumbnailGenerator_;
   OsdOverlay* osdOverlay_ = nullptr;  // a child of the video window
   panels::ControlPanelWindow* controlPanel_ = nullptr;  // an owned tool window
-  bool controlPanelWasVisible_ = false;
 
   // main_window_playlist.cpp: the playlist panel and the favourites dialog.
   void CreatePlaylistPanel();
   void TogglePlaylist();
   void SavePlaylistPanel();
+  // The dock moves the panel with the window by the panel's own docking.
+  void SyncPlaylistDock();
   void ManageFavorites();
 
   // The model outlives its window: the panel is deleted first, by hand.
   std::unique_ptr<PlaylistModel> playlist_;
   panels::PlaylistWindow* playlistWindow_ = nullptr;
+  PanelDock* playlistDock_ = nullptr;
   RecentFiles recentFiles_;
+  ResumePositions resumePositions_;
+  bool resumeBlocked_ = false;
   FavoriteRun favoriteRun_;
   FavoriteGroupPicker pickFavoriteGroup_;
 
@@ -390,8 +398,6 @@ class MainWindow : public QWidget, private chrome::ChromeHost, private panels::P
   bool hasLyrics_ = false;
   std::unique_ptr<LyricsResult> lyrics_;
   LyricsWindow* lyricsWindow_ = nullptr;  // a top-level tool window owned as a child
-  bool lyricsWasVisible_ = false;         // hidden by fullscreen, to come back after
-  QRect lyricsRect_;
   AlbumArtHook albumArtHook_;
   QImage albumArt_;
   // Screenshots are written by workers that report here (main_window_screenshot.cpp).

@@ -16,6 +16,12 @@ void MainWindow::CreateControlPanel() {
     return;
   }
   controlPanel_ = panel;
+  // Fullscreen stores the place and the hidden state, as Show(false) would.
+  PanelSettingNames names;
+  names.x = setting::kControlPanelX;
+  names.y = setting::kControlPanelY;
+  names.visible = setting::kControlPanelVisible;
+  AddDockedPanel(panel, false, names);
   if (Settings::GetDwordOr(setting::kControlPanelVisible, 0) != 0) controlPanel_->Show(true);
 }
 
@@ -33,15 +39,9 @@ void MainWindow::SaveControlPanel() {
   }
 }
 
-void MainWindow::HideControlPanelForFullscreen() {
-  controlPanelWasVisible_ = controlPanel_ && controlPanel_->IsVisible();
-  // Show(false) stores the place and the hidden state, as the design asks.
-  if (controlPanelWasVisible_) controlPanel_->Show(false);
-}
-
 void MainWindow::RestoreControlPanelAfterFullscreen() {
-  if (controlPanelWasVisible_ && controlPanel_) controlPanel_->Show(true);
-  controlPanelWasVisible_ = false;
+  // Shown again by its dock; the values and the visible state are its own.
+  if (controlPanel_ && controlPanel_->IsVisible()) controlPanel_->Show(true);
 }
 
 void MainWindow::RefreshControlPanelTexts() {

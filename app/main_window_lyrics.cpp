@@ -31,6 +31,13 @@ void MainWindow::CreateLyricsPanel() {
   lyricsWindow_ = new LyricsWindow(this, [this](double seconds) {
     if (graph_) graph_->Seek(seconds, false, 0);
   });
+  // Fullscreen puts the panel away and gives it back where it stood.
+  PanelSettingNames names;
+  names.x = setting::kLyricsX;
+  names.y = setting::kLyricsY;
+  names.w = setting::kLyricsW;
+  names.h = setting::kLyricsH;
+  AddDockedPanel(lyricsWindow_, false, names);
   if (Settings::GetBoolOr(setting::kLyricsVisible, false)) lyricsWindow_->Show(true);
 }
 
@@ -121,20 +128,6 @@ void MainWindow::SaveLyricsPanel() {
   const bool visible = lyricsWindow_->isVisible();
   Settings::SetDword(setting::kLyricsVisible, visible ? 1 : 0);
   if (visible) lyricsWindow_->SavePlacement();
-}
-
-void MainWindow::HideLyricsForFullscreen() {
-  lyricsWasVisible_ = lyricsWindow_ && lyricsWindow_->isVisible();
-  if (!lyricsWasVisible_) return;
-  lyricsRect_ = lyricsWindow_->geometry();
-  lyricsWindow_->Show(false);
-}
-
-void MainWindow::RestoreLyricsAfterFullscreen() {
-  if (!lyricsWasVisible_ || !lyricsWindow_) return;
-  lyricsWasVisible_ = false;
-  lyricsWindow_->setGeometry(lyricsRect_);
-  lyricsWindow_->show();
 }
 
 }  // namespace zelvaro

@@ -49,6 +49,7 @@ bool MainWindow::OpenFile(const QString& passedPath) {
   const QString path = ResolveShortcut(givenPath);
 
   // The old input ends here whether or not the new one opens.
+  RememberResumePosition();
   graph_->Close();
   embeddedSubtitleIndex_ = -1;
   ClearAlbumArt();
@@ -79,6 +80,7 @@ bool MainWindow::OpenFile(const QString& passedPath) {
   setWindowTitle(name);
   UpdateTitleBarName();
   ShowOsd(name, kNameOsdMs);
+  ResumeIfRemembered(path);
   recentFiles_.Record(path);
 
   SetToolbarMedia(false);
@@ -113,6 +115,7 @@ bool MainWindow::OpenUrl(const QString& url) {
     showFailure();
     return false;
   }
+  RememberResumePosition();
   embeddedSubtitleIndex_ = -1;
   // An address gets no lyrics; those of the last file go.
   LoadLyricsForMedia(QString());
@@ -248,10 +251,7 @@ void MainWindow::OnGraphEvent(long eventCode) {
           playlist_->RebuildFilter();
           playlist_->SaveToDatabase();
         }
-        if (OpenFile(step.path)) {
-          if (step.positionSeconds > 0 && graph_) graph_->Seek(step.positionSeconds, true, 0);
-          return;
-        }
+        if (OpenFileFrom(step.path, step.positionSeconds)) return;
       }
     }
     favoriteRun_.End();
@@ -279,10 +279,7 @@ bool MainWindow::WalkToNextPlayable() {
 void MainWindow::WalkFavorites(FavoriteStep (FavoriteRun::*step)()) {
   for (FavoriteStep entry = (favoriteRun_.*step)(); !entry.path.isEmpty();
        entry = (favoriteRun_.*step)()) {
-    if (OpenFile(entry.path)) {
-      if (entry.positionSeconds > 0 && graph_) graph_->Seek(entry.positionSeconds, true, 0);
-      return;
-    }
+    if (OpenFileFrom(entry.path, entry.positionSeconds)) return;
   }
 }
 
@@ -327,7 +324,7 @@ void MainWindow::PlayIndex(int index) {
 void MainWindow::PlayIndexAt(int index, double startSeconds) {
   const QString path = SelectListItem(index);
   if (path.isEmpty()) return;
-  if (OpenFile(path) && startSeconds > 0 && graph_) graph_->Seek(startSeconds, true, 0);
+  OpenFileFrom(path, startSeconds);
 }
 
 void MainWindow::OnAlbumArtResult(std::unique_ptr<AlbumArt> art) {

@@ -16,6 +16,14 @@ namespace zelvaro {
 void MainWindow::CreatePlaylistPanel() {
   playlist_ = std::make_unique<PlaylistModel>();
   playlistWindow_ = new panels::PlaylistWindow(playlist_.get(), &favoriteRun_, this, this);
+  PanelSettingNames names;
+  names.x = setting::kPlaylistX;
+  names.y = setting::kPlaylistY;
+  names.w = setting::kPlaylistW;
+  names.h = setting::kPlaylistH;
+  names.snapped = setting::kPlaylistSnapped;
+  names.snapSide = setting::kPlaylistSnapSide;
+  playlistDock_ = AddDockedPanel(playlistWindow_, true, names);
   playlist_->RestoreFromDatabase();
   if (Settings::GetDwordOr(setting::kPlaylistVisible, 0) != 0) {
     // Placed beside the main window once that stands where it will be shown.
@@ -38,8 +46,17 @@ void MainWindow::TogglePlaylist() {
 void MainWindow::SavePlaylistPanel() {
   if (!playlistWindow_) return;
   const bool visible = playlistWindow_->isVisible();
-  Settings::SetDword(setting::kPlaylistVisible, visible ? 1 : 0);
+  // Put away by fullscreen, the panel still counts as shown; its dock wrote
+  // the placement when it hid it.
+  const bool awayForFullscreen = fullscreen_ && playlistDock_ && playlistDock_->wasVisible();
+  Settings::SetDword(setting::kPlaylistVisible, visible || awayForFullscreen ? 1 : 0);
   if (visible) playlistWindow_->SavePlacement();
+}
+
+void MainWindow::SyncPlaylistDock() {
+  if (!playlistWindow_ || !playlistDock_) return;
+  playlistDock_->Snapped = playlistWindow_->Snapped();
+  playlistDock_->SnapSide = playlistWindow_->SnapSide();
 }
 
 void MainWindow::ManageFavorites() {

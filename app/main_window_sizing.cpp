@@ -74,6 +74,7 @@ void MainWindow::UpdateDockedSnapStates() {
 
 void MainWindow::FollowDockedPanels() {
   if (fullscreen_ || docks_.empty()) return;
+  SyncPlaylistDock();
   // Read at each move: the options may have changed it meanwhile.
   const bool heightSync = Settings::GetDwordOr(setting::kPlaylistHeightSync, 1) != 0;
   for (const auto& dock : docks_) dock->Follow(geometry(), heightSync);

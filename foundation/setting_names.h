@@ -28,6 +28,7 @@ inline constexpr QStringView kPlaylistH{u"PlaylistH"};
 inline constexpr QStringView kPlaylistSnapped{u"PlaylistSnapped"};
 inline constexpr QStringView kPlaylistSnapSide{u"PlaylistSnapSide"};
 inline constexpr QStringView kPlaylistHeightSync{u"PlaylistHeightSync"};
+inline constexpr QStringView kResumePlayback{u"ResumePlayback"};
 inline constexpr QStringView kPlaylistRestoreOnStartup{u"PlaylistRestoreOnStartup"};
 inline constexpr QStringView kPlaylistPreventDuplicates{u"PlaylistPreventDuplicates"};
 inline constexpr QStringView kControlPanelVisible{u"ControlPanelVisible"};

@@ -30,6 +30,7 @@ constexpr Row kRows[] = {
     {GeneralOptions::kKeyframeSeek, Row::kCheck, u"GeneralOptions.KeyframeSeek"},
     {GeneralOptions::kPlaylistRestore, Row::kCheck, u"GeneralOptions.PlaylistRestore"},
     {GeneralOptions::kPlaylistHeightSync, Row::kCheck, u"GeneralOptions.PlaylistHeightSync"},
+    {GeneralOptions::kResumePlayback, Row::kCheck, u"GeneralOptions.ResumePlayback"},
     {GeneralOptions::kHeaderMediaKey, Row::kHeader, u"GeneralOptions.HeaderMediaKey"},
     {GeneralOptions::kGlobalMediaKeys, Row::kCheck, u"GeneralOptions.GlobalMediaKeys"},
     {GeneralOptions::kUnregisterOnDeactivate, Row::kCheck,
@@ -52,6 +53,7 @@ constexpr StoredCheck kStoredChecks[] = {
     {GeneralOptions::kKeyframeSeek, setting::kKeyframeSeek},
     {GeneralOptions::kPlaylistRestore, setting::kPlaylistRestoreOnStartup},
     {GeneralOptions::kPlaylistHeightSync, setting::kPlaylistHeightSync},
+    {GeneralOptions::kResumePlayback, setting::kResumePlayback},
     {GeneralOptions::kAudioNormalize, setting::kAudioNormalize},
     {GeneralOptions::kAudioNormalizeRecover, setting::kAudioNormalizeRecover},
 };
@@ -106,9 +108,10 @@ bool GeneralOptions::Create(QWidget* parent, const QRect& area) {
 
   auto* layout = new QVBoxLayout(page_);
   const auto add = [&](int id) { layout->addWidget(controls_[id]); };
-  for (int id : {kHeaderGeneral, kRememberWindowPos, kSeekbarThumbnail, kKeyframeSeek,
-                 kPlaylistRestore, kPlaylistHeightSync, kHeaderMediaKey, kGlobalMediaKeys,
-                 kUnregisterOnDeactivate, kHeaderAudio, kAudioNormalize, kAudioNormalizeRecover}) {
+  for (int id :
+       {kHeaderGeneral, kRememberWindowPos, kSeekbarThumbnail, kKeyframeSeek, kPlaylistRestore,
+        kPlaylistHeightSync, kResumePlayback, kHeaderMediaKey, kGlobalMediaKeys,
+        kUnregisterOnDeactivate, kHeaderAudio, kAudioNormalize, kAudioNormalizeRecover}) {
     add(id);
   }
   auto* grid = new QGridLayout;

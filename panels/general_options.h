@@ -30,6 +30,7 @@ class GeneralOptions : public OptionsPage {
     kKeyframeSeek = 1039,
     kPlaylistRestore = 1046,
     kPlaylistHeightSync = 1055,
+    kResumePlayback = 1056,
     kHeaderMediaKey = 1050,
     kGlobalMediaKeys = 1026,
     kUnregisterOnDeactivate = 1027,

@@ -11,6 +11,7 @@ constexpr StoredDword kGeneralStored[] = {
     {setting::kKeyframeSeek, 1},
     {setting::kPlaylistRestoreOnStartup, 1},
     {setting::kPlaylistHeightSync, 1},
+    {setting::kResumePlayback, 1},
     {setting::kAudioNormalize, 0},
     {setting::kAudioNormalizeRecover, 1},
     {setting::kAudioMaxNormFactor, 200},

@@ -1,7 +1,8 @@
 // The real window's sizes and fullscreen: the sizing commands on a known
 // picture, fullscreen and back from a normal and a maximized window with
-// tool windows beside it, a docked panel following the window, the magnet
-// under a real pointer drag, and fullscreen from the command line.
+// tool windows beside it, a docked panel (a stand-in and the real playlist)
+// following the window, the magnet under a real pointer drag, and
+// fullscreen from the command line.
 
 #include "app/command_line.h"
 #include "app/commands.h"
@@ -12,6 +13,7 @@
 #include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "panels/playlist_window.h"
 #include "tests/app/shell_test_support.h"
 #include "tests/app/x_pointer.h"
 
@@ -206,6 +208,26 @@ class MainWindowSizingTest : public QObject {
     window->setGeometry(500, 150, 700, 500);
     const QRect expected = heightSync ? QRect(200, 150, 300, 500) : QRect(200, 300, 300, 400);
     QTRY_COMPARE_WITH_TIMEOUT(playlist->geometry(), expected, kWaitMs);
+  }
+
+  void playlistPanelDockedRightFollowsTheWindow() {
+    if (!ClientPlacesWindows()) QSKIP("the compositor places the windows here");
+    Settings::SetDword(setting::kPlaylistHeightSync, 1);
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+    window->setGeometry(300, 200, 800, 500);
+    QTRY_COMPARE(window->geometry(), QRect(300, 200, 800, 500));
+    panels::PlaylistWindow* playlist = window->playlistWindow();
+    QVERIFY(playlist);
+    playlist->Show(true);
+    QVERIFY(QTest::qWaitForWindowExposed(playlist));
+    // Put against the right side by hand, shorter than the window.
+    playlist->setGeometry(QRect(1100, 250, 300, 350));
+    QTRY_VERIFY_WITH_TIMEOUT(playlist->Snapped() && playlist->SnapSide() == 1, kWaitMs);
+
+    window->setGeometry(500, 150, 700, 600);
+    QTRY_COMPARE_WITH_TIMEOUT(playlist->geometry(), QRect(1200, 150, 300, 600), kWaitMs);
+    QVERIFY(playlist->Snapped());
   }
 
   void magnetPullsADraggedWindowToTheEdge_data() {

@@ -93,7 +93,7 @@ class OptionsDialogTest : public QObject {
         {G::kKeyframeSeek, false},          {G::kPlaylistRestore, true},
         {G::kPlaylistHeightSync, true},     {G::kGlobalMediaKeys, true},
         {G::kUnregisterOnDeactivate, true}, {G::kAudioNormalize, true},
-        {G::kAudioNormalizeRecover, true},
+        {G::kAudioNormalizeRecover, true},  {G::kResumePlayback, true},
     };
     for (const auto& [id, checked] : shown) {
       QCOMPARE(f.Control<QCheckBox>(id)->isChecked(), checked);
@@ -108,6 +108,7 @@ class OptionsDialogTest : public QObject {
     f.Control<QCheckBox>(G::kGlobalMediaKeys)->setChecked(false);
     QVERIFY(!f.Control<QCheckBox>(G::kUnregisterOnDeactivate)->isEnabled());
     f.Control<QCheckBox>(G::kPlaylistRestore)->setChecked(false);
+    f.Control<QCheckBox>(G::kResumePlayback)->setChecked(false);
     f.Control<QCheckBox>(G::kSeekbarThumbnail)->setChecked(true);
     f.Control<QSlider>(G::kBoost)->setValue(0);
     QCOMPARE(f.Control<QLabel>(G::kBoostValue)->text(), QStringLiteral("Off"));
@@ -121,6 +122,7 @@ class OptionsDialogTest : public QObject {
 
     const std::pair<QStringView, std::optional<uint32_t>> stored[] = {
         {setting::kPlaylistRestoreOnStartup, 0},
+        {setting::kResumePlayback, 0},
         {setting::kAudioBoost, 0},
         {setting::kKeyframeSeek, 0},
         {setting::kAudioNormalize, 1},
