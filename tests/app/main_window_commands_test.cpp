@@ -156,7 +156,9 @@ class MainWindowCommandsTest : public QObject {
     QTest::keyClick(window_, Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
     QTRY_VERIFY(Near(graph_->GetPosition(), 2.5, 0.02));
 
-    // Alt+Right is half a second, snapped onto the next keyframe (one a second).
+    // Alt+Right is half a second, snapped onto the next keyframe (one a second)
+    // once the table, scanned in the background, is there.
+    QTRY_VERIFY(!graph_->Keyframes().empty());
     QTest::keyClick(window_, Qt::Key_Right, Qt::AltModifier);
     QTRY_VERIFY(Near(graph_->GetPosition(), 3.0, 0.1));
     const double onKeyframe = graph_->GetPosition();
