@@ -29,7 +29,7 @@ constexpr int PictureRow(int row) {
   return 70 + row * 30;
 }
 
-const std::array kControls = std::to_array<ControlSpec>({
+const std::array kControls = std::to_array<ControlEntry>({
     // Playback: speed and A-B.
     {0, 0, K::Label, {12, 70, 70, 22}, u"ControlPanel.LabelSpeed"},
     {0, 9060, K::Button, {86, 70, 28, 22}, u"-", true},
@@ -97,13 +97,13 @@ QRect ScaledRect(const QRect& design, float scale) {
 
 }  // namespace
 
-std::span<const ControlSpec> ControlPanelControls() {
+std::span<const ControlEntry> ControlPanelControls() {
   return kControls;
 }
 
-const ControlSpec* FindControl(int id) {
+const ControlEntry* FindControl(int id) {
   if (id == 0) return nullptr;
-  for (const ControlSpec& control : kControls) {
+  for (const ControlEntry& control : kControls) {
     if (control.id == id) return &control;
   }
   return nullptr;
@@ -131,7 +131,7 @@ ControlPanelLayout ControlPanelGeometry(float scale) {
   return layout;
 }
 
-QRect ControlRect(const ControlSpec& control, float scale) {
+QRect ControlRect(const ControlEntry& control, float scale) {
   return ScaledRect(control.designRect, scale);
 }
 
@@ -141,7 +141,7 @@ ControlPanelHit ControlPanelHitTest(const ControlPanelLayout& layout, QPoint poi
   for (int tab = 0; tab < kControlPanelTabCount; ++tab) {
     if (layout.tabs[static_cast<size_t>(tab)].contains(point)) return {ControlPanelHitKind::Tab, tab};
   }
-  for (const ControlSpec& control : kControls) {
+  for (const ControlEntry& control : kControls) {
     if (control.tab != currentTab || control.kind == ControlKind::Label ||
         control.kind == ControlKind::ValueLabel)
       continue;

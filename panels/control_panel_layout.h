@@ -22,7 +22,7 @@ enum class ControlKind { Label, ValueLabel, Slider, Button, CheckBox, Edit };
 
 // One control of one tab. id 0: a plain label without an id. The text is a
 // language key, or a fixed text when `fixed` is set.
-struct ControlSpec {
+struct ControlEntry {
   int tab;
   int id;
   ControlKind kind;
@@ -34,9 +34,9 @@ struct ControlSpec {
 };
 
 // Every control, tab by tab, in creation order.
-std::span<const ControlSpec> ControlPanelControls();
+std::span<const ControlEntry> ControlPanelControls();
 // The control with this id; null for 0 or an unknown id.
-const ControlSpec* FindControl(int id);
+const ControlEntry* FindControl(int id);
 
 struct ControlPanelLayout {
   QSize size;
@@ -49,7 +49,7 @@ struct ControlPanelLayout {
 
 ControlPanelLayout ControlPanelGeometry(float scale);
 // A control's rectangle in the window at `scale`.
-QRect ControlRect(const ControlSpec& control, float scale);
+QRect ControlRect(const ControlEntry& control, float scale);
 
 enum class ControlPanelHitKind { Drag, Close, Tab, Control };
 struct ControlPanelHit {

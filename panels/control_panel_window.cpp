@@ -31,8 +31,8 @@ namespace {
 constexpr int kFontHeight = 12;  // pixels of the character, not the cell
 constexpr int kCloseGlyph = 8;
 
-QString TextOf(const ControlSpec& spec) {
-  return spec.fixed ? spec.text.toString() : LanguageManager::GetString(spec.text);
+QString TextOf(const ControlEntry& entry) {
+  return entry.fixed ? entry.text.toString() : LanguageManager::GetString(entry.text);
 }
 
 struct PictureRow {
@@ -79,7 +79,7 @@ bool ControlPanelWindow::Create(MainWindow* mainWindow) {
     group->hide();
     groups_[static_cast<size_t>(tab)] = group;
   }
-  for (const ControlSpec& spec : ControlPanelControls()) CreateControl(spec);
+  for (const ControlEntry& entry : ControlPanelControls()) CreateControl(entry);
   // Start values, before any engine is read: full volume, neutral picture,
   // the audio group as stored.
   SetQuietly(Slider(9010), 100);
@@ -105,23 +105,23 @@ bool ControlPanelWindow::Create(MainWindow* mainWindow) {
          static_cast<qsizetype>(ControlPanelControls().size());
 }
 
-void ControlPanelWindow::CreateControl(const ControlSpec& spec) {
-  QWidget* group = groups_[static_cast<size_t>(spec.tab)];
+void ControlPanelWindow::CreateControl(const ControlEntry& entry) {
+  QWidget* group = groups_[static_cast<size_t>(entry.tab)];
   QWidget* widget = nullptr;
-  const QString text = TextOf(spec);
-  switch (spec.kind) {
+  const QString text = TextOf(entry);
+  switch (entry.kind) {
     case ControlKind::Label:
     case ControlKind::ValueLabel: {
       const Qt::Alignment alignment =
-          spec.kind == ControlKind::Label || spec.id == 9041 ? Qt::AlignLeft : Qt::AlignCenter;
+          entry.kind == ControlKind::Label || entry.id == 9041 ? Qt::AlignLeft : Qt::AlignCenter;
       QLabel* label = MakePanelLabel(text, alignment, group);
-      if (spec.id == 0) keyedLabels_.append({label, spec.fixed ? QString() : spec.text.toString()});
+      if (entry.id == 0) keyedLabels_.append({label, entry.fixed ? QString() : entry.text.toString()});
       widget = label;
       break;
     }
     case ControlKind::Slider: {
-      auto* slider = new PanelSlider(spec.minimum, spec.maximum, group);
-      const int id = spec.id;
+      auto* slider = new PanelSlider(entry.minimum, entry.maximum, group);
+      const int id = entry.id;
       connect(slider, &QSlider::valueChanged, this,
               [this, id](int position) { OnSliderChanged(id, position); });
       connect(slider, &QSlider::sliderReleased, this, [this, id] { OnSliderReleased(id); });
@@ -130,14 +130,14 @@ void ControlPanelWindow::CreateControl(const ControlSpec& spec) {
     }
     case ControlKind::Button: {
       auto* button = new PanelButton(text, group);
-      const int id = spec.id;
+      const int id = entry.id;
       connect(button, &QPushButton::clicked, this, [this, id] { OnCommand(id); });
       widget = button;
       break;
     }
     case ControlKind::CheckBox: {
       auto* check = new PanelCheckBox(text, group);
-      const int id = spec.id;
+      const int id = entry.id;
       connect(check, &QCheckBox::clicked, this, [this, id] { OnCommand(id); });
       widget = check;
       break;
@@ -147,10 +147,10 @@ void ControlPanelWindow::CreateControl(const ControlSpec& spec) {
       break;
   }
   widget->setFont(font_);
-  widget->setGeometry(ControlRect(spec, DpiScale).translated(-layout_.content.topLeft()));
-  if (spec.id != 0) {
-    widget->setObjectName(QString::number(spec.id));
-    controls_.insert(spec.id, widget);
+  widget->setGeometry(ControlRect(entry, DpiScale).translated(-layout_.content.topLeft()));
+  if (entry.id != 0) {
+    widget->setObjectName(QString::number(entry.id));
+    controls_.insert(entry.id, widget);
   }
 }
 
@@ -260,10 +260,10 @@ void ControlPanelWindow::RefreshTexts() {
   for (const auto& [label, key] : keyedLabels_) {
     if (!key.isEmpty()) label->setText(LanguageManager::GetString(key));
   }
-  for (const ControlSpec& spec : ControlPanelControls()) {
-    if (spec.fixed || spec.id == 0 || spec.kind == ControlKind::ValueLabel) continue;
-    if (auto* button = qobject_cast<QAbstractButton*>(controls_.value(spec.id))) {
-      button->setText(TextOf(spec));
+  for (const ControlEntry& entry : ControlPanelControls()) {
+    if (entry.fixed || entry.id == 0 || entry.kind == ControlKind::ValueLabel) continue;
+    if (auto* button = qobject_cast<QAbstractButton*>(controls_.value(entry.id))) {
+      button->setText(TextOf(entry));
     }
   }
   if (Slider(9074)->value() == 0) {

@@ -78,7 +78,7 @@ class ControlPanelWindow : public QWidget {
  private:
   GraphManager* Graph() const;
   void MakeFonts();
-  void CreateControl(const ControlSpec& spec);
+  void CreateControl(const ControlEntry& entry);
   void SavePosition();
   // Saves the position and hides: the close button, closing and Escape.
   void CloseToHidden();

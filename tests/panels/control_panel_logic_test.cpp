@@ -56,12 +56,12 @@ TEST(ControlPanelLayout, DesignedControlsCarryTheirIdsAndRanges) {
       {9046, 3, ControlKind::Button, 0, 0},   {9050, 3, ControlKind::ValueLabel, 0, 0},
   };
   for (const Case& c : cases) {
-    const ControlSpec* spec = FindControl(c.id);
-    ASSERT_NE(spec, nullptr) << c.id;
-    EXPECT_EQ(spec->tab, c.tab) << c.id;
-    EXPECT_EQ(spec->kind, c.kind) << c.id;
-    EXPECT_EQ(spec->minimum, c.minimum) << c.id;
-    EXPECT_EQ(spec->maximum, c.maximum) << c.id;
+    const ControlEntry* entry = FindControl(c.id);
+    ASSERT_NE(entry, nullptr) << c.id;
+    EXPECT_EQ(entry->tab, c.tab) << c.id;
+    EXPECT_EQ(entry->kind, c.kind) << c.id;
+    EXPECT_EQ(entry->minimum, c.minimum) << c.id;
+    EXPECT_EQ(entry->maximum, c.maximum) << c.id;
   }
 }
 
