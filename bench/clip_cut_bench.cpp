@@ -7,6 +7,7 @@
 //     started the cut, while it runs: how long the interface would freeze.
 // Figures for the record; it never fails.
 
+#include "bench/playback_support.h"
 #include "engine/clip_cut.h"
 #include "engine/external_tool.h"
 
@@ -30,19 +31,6 @@ using namespace zelvaro;
 constexpr double kStartSeconds = 120.0;
 constexpr double kEndSeconds = 180.0;
 constexpr int kRounds = 5;
-
-QString SourceClip() {
-  const QString clip = QStringLiteral(ZELVARO_BENCH_MEDIA_DIR "/thumbnails-1080p-10min.ts");
-  if (QFileInfo(clip).isFile()) return clip;
-  std::printf("making the input once (10 min of 1080p MPEG-TS): %s\n", qPrintable(clip));
-  std::fflush(stdout);
-  QProcess maker;
-  maker.setProcessChannelMode(QProcess::ForwardedChannels);
-  maker.start(QStringLiteral("bash"),
-              {QStringLiteral(ZELVARO_SOURCE_DIR "/bench/thumbnail_media.sh"), clip});
-  if (!maker.waitForFinished(-1) || maker.exitCode() != 0) return {};
-  return clip;
-}
 
 double Median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
@@ -100,7 +88,7 @@ int main(int argc, char** argv) {
     std::printf("skipped: no ffmpeg\n");
     return 0;
   }
-  const QString clip = SourceClip();
+  const QString clip = bench::TenMinuteTsPath();
   if (clip.isEmpty()) {
     std::printf("skipped: the input could not be made\n");
     return 0;

@@ -47,25 +47,40 @@ QString FirstPositional(const QStringList& args, const QStringList& optionsWithV
   return {};
 }
 
+namespace {
+
+// `clip` as it stands, or made once by `script` (a bench/ script taking the
+// output path); empty, with a line saying why, when it cannot be made.
+QString MadeOnce(const QString& clip, const char* script, const char* what) {
+  if (QFileInfo(clip).isFile()) return clip;
+  std::printf("making the input once (%s): %s\n", what, qPrintable(clip));
+  std::fflush(stdout);
+  QProcess maker;
+  maker.setProcessChannelMode(QProcess::ForwardedChannels);
+  maker.start(QStringLiteral("bash"),
+              {QStringLiteral(ZELVARO_SOURCE_DIR "/bench/") + QLatin1String(script), clip});
+  if (!maker.waitForFinished(-1) || maker.exitCode() != 0 || !QFileInfo(clip).isFile()) {
+    std::printf("skipped: the input could not be made (is ffmpeg installed?)\n");
+    return {};
+  }
+  return clip;
+}
+
+}  // namespace
+
 QString ClipPath(const QString& path) {
   if (!path.isEmpty()) {
     if (QFileInfo(path).isFile()) return path;
     std::printf("skipped: no such clip: %s\n", qPrintable(path));
     return {};
   }
-  const QString clip = QStringLiteral(ZELVARO_BENCH_MEDIA_DIR "/playback-1080p30-20s.mp4");
-  if (QFileInfo(clip).isFile()) return clip;
-  std::printf("making the clip once (20 s of 1080p30 H.264): %s\n", qPrintable(clip));
-  std::fflush(stdout);
-  QProcess maker;
-  maker.setProcessChannelMode(QProcess::ForwardedChannels);
-  maker.start(QStringLiteral("bash"),
-              {QStringLiteral(ZELVARO_SOURCE_DIR "/bench/playback_media.sh"), clip});
-  if (!maker.waitForFinished(-1) || maker.exitCode() != 0 || !QFileInfo(clip).isFile()) {
-    std::printf("skipped: the clip could not be made (is ffmpeg installed?)\n");
-    return {};
-  }
-  return clip;
+  return MadeOnce(QStringLiteral(ZELVARO_BENCH_MEDIA_DIR "/playback-1080p30-20s.mp4"),
+                  "playback_media.sh", "20 s of 1080p30 H.264");
+}
+
+QString TenMinuteTsPath() {
+  return MadeOnce(QStringLiteral(ZELVARO_BENCH_MEDIA_DIR "/thumbnails-1080p-10min.ts"),
+                  "thumbnail_media.sh", "10 min of 1080p MPEG-TS");
 }
 
 PrivateHome::PrivateHome() {

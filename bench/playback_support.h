@@ -31,6 +31,9 @@ QString FirstPositional(const QStringList& args, const QStringList& optionsWithV
 // with bench/playback_media.sh the first time. Empty (with a line on
 // standard output saying why) when it cannot be had.
 QString ClipPath(const QString& path);
+// Ten minutes of 1080p H.264 in MPEG-TS beside the build tree, made with
+// bench/thumbnail_media.sh the first time; empty when it cannot be had.
+QString TenMinuteTsPath();
 
 // XDG_CONFIG_HOME and XDG_DATA_HOME in a fresh temporary directory for the
 // object's lifetime.

@@ -50,19 +50,6 @@ void PrintAgainst(const char* what, double value, const char* unit, const char* 
               met ? "met" : "NOT MET");
 }
 
-QString TsClipPath() {
-  const QString clip = QStringLiteral(ZELVARO_BENCH_MEDIA_DIR "/thumbnails-1080p-10min.ts");
-  if (QFileInfo(clip).isFile()) return clip;
-  std::printf("making the cache-mode input once (10 min of 1080p MPEG-TS): %s\n", qPrintable(clip));
-  std::fflush(stdout);
-  QProcess maker;
-  maker.setProcessChannelMode(QProcess::ForwardedChannels);
-  maker.start(QStringLiteral("bash"),
-              {QStringLiteral(ZELVARO_SOURCE_DIR "/bench/thumbnail_media.sh"), clip});
-  if (!maker.waitForFinished(-1) || maker.exitCode() != 0) return {};
-  return clip;
-}
-
 // Opens a fresh generator (nothing decoded yet) and waits for one picture,
 // which proves its pipeline has prerolled; returns that keyframe's index.
 int OpenWarm(ThumbnailGenerator& thumbnails, const QString& clip, GraphManager& graph,
@@ -190,7 +177,7 @@ void Sweep(const QString& clip) {
 }
 
 void CacheFill() {
-  const QString clip = TsClipPath();
+  const QString clip = bench::TenMinuteTsPath();
   if (clip.isEmpty()) {
     std::printf("skipped: the cache-mode input could not be made\n");
     return;
