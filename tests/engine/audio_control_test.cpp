@@ -49,10 +49,12 @@ class AudioControlTest : public ::testing::Test {
         {"-c:a", "flac"});
   }
 
-  // Opens, plays to the end as fast as the chain runs, and waits for it.
-  void PlayThrough(AudioCapture& capture, const QString& path) {
+  // Opens into `capture` (and plays to the end as fast as the chain runs,
+  // waiting for it, when `play`).
+  void Open(AudioCapture& capture, const QString& path, bool play = true) {
     graph.SetAudioRendererFactory(capture.Factory());
     ASSERT_TRUE(graph.OpenFile(path));
+    if (!play) return;
     ASSERT_TRUE(graph.Play());
     ASSERT_TRUE(WaitUntil([&] { return capture.EndOfStream(); }, kWaitMs));
   }
@@ -66,75 +68,50 @@ class AudioControlTest : public ::testing::Test {
   GraphManager graph;
 };
 
-TEST_F(AudioControlTest, SpeedKeepsThePitchAndMovesStreamTimeAtTheRate) {
-  QString tone = ToneFile();
+TEST_F(AudioControlTest, SpeedKeepsThePitchMovesStreamTimeAtTheRateAndRefusesTheRest) {
+  EXPECT_FALSE(graph.SetSpeed(2.0));  // no graph
+  EXPECT_EQ(graph.Speed(), 1.0);
+  const QString tone = ToneFile();
   ASSERT_FALSE(tone.isEmpty());
   for (double rate : {2.0, 0.5, 0.1, 4.0}) {
     SCOPED_TRACE(rate);
     AudioCapture capture(false);
-    graph.SetAudioRendererFactory(capture.Factory());
-    ASSERT_TRUE(graph.OpenFile(tone));
+    Open(capture, tone, false);
     ASSERT_TRUE(graph.SetSpeed(rate));
+    // Refused values reach neither the stage nor the graph.
+    for (double refused : {0.09, 4.01, 0.0, -1.0, std::nan("")})
+      EXPECT_FALSE(graph.SetSpeed(refused)) << refused;
     EXPECT_EQ(graph.Speed(), rate);
     ASSERT_TRUE(graph.Play());
     ASSERT_TRUE(WaitUntil([&] { return capture.EndOfStream(); }, kWaitMs));
 
-    int sampleRate = capture.SampleRate();
+    const int sampleRate = capture.SampleRate();
     ASSERT_GT(sampleRate, 0);
     // Three seconds of input last 3 / rate seconds of output.
     EXPECT_NEAR(static_cast<double>(capture.Frames()) / sampleRate, 3.0 / rate, 0.1 / rate + 0.1);
     // In the middle: the tone, and stream time moving `rate` seconds per
     // second of sound.
-    int64_t from = capture.FrameAtStreamTime(1.0);
-    int64_t to = capture.FrameAtStreamTime(2.0);
+    const int64_t from = capture.FrameAtStreamTime(1.0), to = capture.FrameAtStreamTime(2.0);
     ASSERT_GT(to, from);
     EXPECT_NEAR(ToneFrequency(capture.Samples(from, to), sampleRate), 440.0, 440.0 * 0.02);
-    double streamSeconds = capture.StreamTimeAt(to) - capture.StreamTimeAt(from);
-    double soundSeconds = static_cast<double>(to - from) / sampleRate;
-    EXPECT_NEAR(streamSeconds / soundSeconds, rate, rate * 0.02);
+    const double streamSeconds = capture.StreamTimeAt(to) - capture.StreamTimeAt(from);
+    EXPECT_NEAR(streamSeconds * sampleRate / (to - from), rate, rate * 0.02);
   }
-}
-
-TEST_F(AudioControlTest, SpeedOutsideItsRangeIsRefusedAndChangesNothing) {
-  EXPECT_FALSE(graph.SetSpeed(2.0));  // no graph
-  EXPECT_EQ(graph.Speed(), 1.0);
-
-  QString tone = ToneFile();
-  AudioCapture capture(false);
-  graph.SetAudioRendererFactory(capture.Factory());
-  ASSERT_TRUE(graph.OpenFile(tone));
-  ASSERT_TRUE(graph.SetSpeed(2.0));
-  for (double refused : {0.09, 4.01, 0.0, -1.0, std::nan("")}) {
-    EXPECT_FALSE(graph.SetSpeed(refused)) << refused;
-  }
-  EXPECT_EQ(graph.Speed(), 2.0);
-  ASSERT_TRUE(graph.Play());
-  ASSERT_TRUE(WaitUntil([&] { return capture.EndOfStream(); }, kWaitMs));
-  // The stage and the graph still run at 2.0: the refused values reached
-  // neither.
-  int64_t from = capture.FrameAtStreamTime(1.0);
-  int64_t to = capture.FrameAtStreamTime(2.0);
-  double soundSeconds = static_cast<double>(to - from) / capture.SampleRate();
-  EXPECT_NEAR((capture.StreamTimeAt(to) - capture.StreamTimeAt(from)) / soundSeconds, 2.0, 0.04);
-
   // The speed outlives the graph and applies to the next one.
   AudioCapture next(false);
-  PlayThrough(next, tone);
-  EXPECT_EQ(graph.Speed(), 2.0);
-  EXPECT_NEAR(static_cast<double>(next.Frames()) / next.SampleRate(), 1.5, 0.15);
+  Open(next, tone);
+  EXPECT_EQ(graph.Speed(), 4.0);
+  EXPECT_NEAR(static_cast<double>(next.Frames()) / next.SampleRate(), 0.75, 0.15);
 }
 
 TEST_F(AudioControlTest, TheTapGivesTheLatestSamplesOfTheStretchStage) {
   float buffer[2048];
-  int frames = 0;
-  int channels = 0;
-  int sampleRate = 0;
+  int frames = 0, channels = 0, sampleRate = 0;
   EXPECT_FALSE(graph.GetAudioSamples(buffer, 2048, &frames, &channels, &sampleRate));
 
-  QString tone = ToneFile();
+  const QString tone = ToneFile();
   AudioCapture capture(true);
-  graph.SetAudioRendererFactory(capture.Factory());
-  ASSERT_TRUE(graph.OpenFile(tone));
+  Open(capture, tone, false);
   ASSERT_TRUE(graph.SetSpeed(1.5));
   ASSERT_TRUE(graph.Play());
   ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > 24000; }, kWaitMs));
@@ -142,8 +119,7 @@ TEST_F(AudioControlTest, TheTapGivesTheLatestSamplesOfTheStretchStage) {
   EXPECT_EQ(channels, 1);
   EXPECT_EQ(sampleRate, 48000);
   EXPECT_EQ(frames, 2048);
-  std::vector<float> tapped(buffer, buffer + frames);
-  EXPECT_NEAR(ToneFrequency(tapped, sampleRate), 440.0, 440.0 * 0.02);
+  EXPECT_NEAR(ToneFrequency(std::vector<float>(buffer, buffer + frames), sampleRate), 440.0, 8.8);
   // Never more than asked for, and nothing for nonsense.
   ASSERT_TRUE(graph.GetAudioSamples(buffer, 100, &frames, &channels, &sampleRate));
   EXPECT_EQ(frames, 100);
@@ -158,25 +134,28 @@ TEST_F(AudioControlTest, TheTapGivesTheLatestSamplesOfTheStretchStage) {
   EXPECT_FALSE(graph.GetAudioSamples(buffer, 2048, &frames, &channels, &sampleRate));
 }
 
-TEST_F(AudioControlTest, VolumeAndMuteGiveTheDecibelCurve) {
+TEST_F(AudioControlTest, VolumeAndMuteGiveTheDecibelCurveFromTheFirstBuffer) {
   EXPECT_EQ(VolumeLevel(1.0f, false), 0);
   EXPECT_EQ(VolumeLevel(0.5f, false), -602);
   EXPECT_EQ(VolumeLevel(0.01f, false), -4000);
   EXPECT_EQ(VolumeLevel(0.0f, false), -10000);
   EXPECT_EQ(VolumeLevel(0.8f, true), -10000);
 
-  QString file = LevelFile("quarter.flac", "0.25", 1);
+  // From the very first buffer, which is decoded while the graph is built,
+  // before any setter could reach the stages: they must be made at the
+  // levels asked for.
+  const QString file = LevelFile("quarter.flac", "0.25", 1);
   auto peakAt = [&](float volume, bool muted) {
     graph.SetMuted(muted);
     graph.SetVolume(volume);
     AudioCapture capture(false);
-    PlayThrough(capture, file);
-    return Peak(Between(capture, 0.2, 0.8));
+    Open(capture, file);
+    return Peak(capture.Samples(0, capture.FrameAtStreamTime(0.8)));
   };
-  float full = peakAt(1.0f, false);
+  const float full = peakAt(1.0f, false);
   EXPECT_NEAR(full, 0.25f, 0.01f);
   EXPECT_NEAR(peakAt(0.5f, false) / full, 0.5f, 0.01f);
-  EXPECT_NEAR(peakAt(0.1f, false) / full, 0.1f, 0.005f);
+  EXPECT_NEAR(peakAt(0.01f, false) / full, 0.01f, 0.0004f);
   EXPECT_EQ(peakAt(0.5f, true), 0.0f);
   // Muting kept the volume.
   EXPECT_EQ(graph.Volume(), 0.5f);
@@ -186,38 +165,15 @@ TEST_F(AudioControlTest, VolumeAndMuteGiveTheDecibelCurve) {
   graph.SetMuted(false);
   graph.SetVolume(1.0f);
   AudioCapture capture(true);
-  graph.SetAudioRendererFactory(capture.Factory());
-  ASSERT_TRUE(graph.OpenFile(LevelFile("long_quarter.flac", "0.25", 5)));
+  Open(capture, LevelFile("long_quarter.flac", "0.25", 5), false);
   ASSERT_TRUE(graph.Play());
   ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > 4800; }, kWaitMs));
   EXPECT_TRUE(graph.SetVolume(0.5f));
   // What was already on its way to the sink (a buffer or two) keeps the old
   // gain; what follows has the new one.
-  int64_t changedAt = capture.Frames();
+  const int64_t changedAt = capture.Frames();
   ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > changedAt + 24000; }, kWaitMs));
   EXPECT_NEAR(Peak(capture.Samples(changedAt + 14400, changedAt + 24000)), 0.125f, 0.005f);
-}
-
-TEST_F(AudioControlTest, TheFirstBufferIsNeverLouderThanAsked) {
-  // The first buffer is decoded while the graph is built, before any setter
-  // could reach the stages: they must be made at the levels asked for.
-  QString file = LevelFile("quarter_start.flac", "0.25", 1);
-  struct Case {
-    float volume;
-    bool muted;
-    float maxPeak;
-  };
-  for (const Case& c : {Case{0.5f, true, 0.0f}, Case{0.01f, false, 0.0026f}}) {
-    SCOPED_TRACE(c.volume);
-    graph.SetMuted(c.muted);
-    graph.SetVolume(c.volume);
-    AudioCapture capture(false);
-    graph.SetAudioRendererFactory(capture.Factory());
-    ASSERT_TRUE(graph.OpenFile(file));
-    ASSERT_TRUE(graph.Play());
-    ASSERT_TRUE(WaitUntil([&] { return capture.Frames() > 0; }, kWaitMs));
-    EXPECT_LE(Peak(capture.Samples(0, 4800)), c.maxPeak);
-  }
 }
 
 TEST_F(AudioControlTest, SettersClampAndSaveBeforeTheyNeedAGraph) {
@@ -228,7 +184,6 @@ TEST_F(AudioControlTest, SettersClampAndSaveBeforeTheyNeedAGraph) {
   EXPECT_EQ(Stored(setting::kMuted), 1u);
   graph.SetVolume(0.45f);  // a float just under 0.45 still saves 45
   EXPECT_EQ(Stored(setting::kVolume), 45u);
-  EXPECT_EQ(graph.Volume(), 0.45f);
   graph.SetVolume(std::nanf(""));
   EXPECT_EQ(graph.Volume(), 0.0f);
 
@@ -247,8 +202,7 @@ TEST_F(AudioControlTest, SettersClampAndSaveBeforeTheyNeedAGraph) {
   graph.SetNormalize(false, true, 2.3f);
   EXPECT_EQ(Stored(setting::kAudioMaxNormFactor), 230u);
 
-  // DRC saves only when a graph can take it; the toggle reads the stored
-  // value and stays without effect.
+  // DRC saves only when a graph can take it; the toggle stays without effect.
   bool enabled = false;
   int level = 0;
   EXPECT_FALSE(graph.SetDRCLevel(true, 80));
@@ -258,18 +212,17 @@ TEST_F(AudioControlTest, SettersClampAndSaveBeforeTheyNeedAGraph) {
   EXPECT_EQ(Stored(setting::kLavDrcLevel), 0xFFFFFFFFu);
 }
 
-TEST_F(AudioControlTest, NormalisationRaisesQuietPassagesAndNeverClips) {
+TEST_F(AudioControlTest, NormalisationRaisesQuietPassagesAndBoostNeverClips) {
   // 3 s at −30 dBFS, 1 s at full scale, 3 s at −30 dBFS again.
-  QString file = LevelFile("quiet_loud.flac",
-                           QStringLiteral("if(between(t,3,4),0.999,%1)").arg(kAmplitude30dB), 7);
+  const QString file = LevelFile(
+      "quiet_loud.flac", QStringLiteral("if(between(t,3,4),0.999,%1)").arg(kAmplitude30dB), 7);
   graph.SetNormalize(true, true, 4.0f);
   AudioCapture recovering(false);
-  PlayThrough(recovering, file);
+  Open(recovering, file);
   EXPECT_TRUE(graph.NormalizeEnabled());
-  EXPECT_EQ(graph.MaxNormFactor(), 4.0f);
-  // Raised by the maximum factor, not to full scale.
+  // Raised by the maximum factor, not to full scale; the loud part not clipped.
   EXPECT_NEAR(Peak(Between(recovering, 1.0, 2.9)), 4 * kAmplitude30dB, 0.005);
-  float loud = Peak(Between(recovering, 2.9, 4.1));
+  const float loud = Peak(Between(recovering, 2.9, 4.1));
   EXPECT_LT(loud, 1.0f);
   EXPECT_GT(loud, 0.9f);
   // With recover the gain comes back after the peak.
@@ -278,35 +231,32 @@ TEST_F(AudioControlTest, NormalisationRaisesQuietPassagesAndNeverClips) {
   // Without it the peak holds the gain down.
   graph.SetNormalize(true, false, 4.0f);
   AudioCapture holding(false);
-  PlayThrough(holding, file);
+  Open(holding, file);
   EXPECT_NEAR(Peak(Between(holding, 1.0, 2.9)), 4 * kAmplitude30dB, 0.005);
   EXPECT_LT(Peak(Between(holding, 6.0, 6.9)), 1.1 * kAmplitude30dB);
-}
 
-TEST_F(AudioControlTest, BoostDoublesAtFactorTwoAndLimitsInsteadOfClipping) {
+  // Boost doubles at factor two, and a loud tone boosted stays a tone under
+  // full scale.
   graph.SetNormalize(false, true, 4.0f);
   graph.SetBoost(2.0f);
   AudioCapture quiet(false);
-  PlayThrough(quiet, LevelFile("quarter.flac", "0.25", 1));
+  Open(quiet, LevelFile("quarter.flac", "0.25", 1));
   EXPECT_EQ(graph.BoostFactor(), 2.0f);
   EXPECT_NEAR(Peak(Between(quiet, 0.2, 0.8)), 0.5f, 0.01f);
-
-  // A loud tone boosted stays a tone under full scale.
-  AudioCapture loud(false);
-  PlayThrough(loud, LevelFile("loud.flac", "0.9", 1));
-  std::vector<float> samples = Between(loud, 0.2, 0.8);
+  AudioCapture boosted(false);
+  Open(boosted, LevelFile("loud.flac", "0.9", 1));
+  const std::vector<float> samples = Between(boosted, 0.2, 0.8);
   EXPECT_LT(Peak(samples), 1.0f);
-  EXPECT_NEAR(ToneFrequency(samples, loud.SampleRate()), 440.0, 2.0);
+  EXPECT_NEAR(ToneFrequency(samples, boosted.SampleRate()), 440.0, 2.0);
 }
 
 TEST_F(AudioControlTest, CompressionTurnsDownLoudPassagesOnly) {
-  QString file = LevelFile("quiet_loud.flac",
-                           QStringLiteral("if(between(t,1,2),0.999,%1)").arg(kAmplitude30dB), 3);
+  const QString file = LevelFile(
+      "quiet_loud.flac", QStringLiteral("if(between(t,1,2),0.999,%1)").arg(kAmplitude30dB), 3);
   bool enabled = true;
   int level = 0;
   AudioCapture capture(false);
-  graph.SetAudioRendererFactory(capture.Factory());
-  ASSERT_TRUE(graph.OpenFile(file));
+  Open(capture, file, false);
   ASSERT_TRUE(graph.QueryDRC(&enabled, &level));
   EXPECT_FALSE(enabled);  // nothing stored: off
   EXPECT_EQ(level, 100);
@@ -318,15 +268,14 @@ TEST_F(AudioControlTest, CompressionTurnsDownLoudPassagesOnly) {
   ASSERT_TRUE(graph.Play());
   ASSERT_TRUE(WaitUntil([&] { return capture.EndOfStream(); }, kWaitMs));
   // 4:1 above −20 dBFS: a full-scale tone comes out near −15 dBFS.
-  float loud = Peak(Between(capture, 1.2, 1.9));
-  EXPECT_LT(20 * std::log10(loud), -12.0f);
-  EXPECT_GT(20 * std::log10(loud), -17.0f);
+  const float loud = 20 * std::log10(Peak(Between(capture, 1.2, 1.9)));
+  EXPECT_LT(loud, -12.0f);
+  EXPECT_GT(loud, -17.0f);
   EXPECT_NEAR(Peak(Between(capture, 0.2, 0.9)), kAmplitude30dB, 0.002);
 
   graph.ToggleDRC();
   ASSERT_TRUE(graph.QueryDRC(&enabled, &level));
   EXPECT_FALSE(enabled);
-  EXPECT_EQ(level, 100);
   EXPECT_EQ(Stored(setting::kLavDrcEnabled), 0u);
 
   // The next graph starts with what was stored; with no AudioSwitcher,

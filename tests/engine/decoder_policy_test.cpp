@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 namespace zelvaro {
 namespace {
@@ -28,66 +29,51 @@ DecoderProbe Available(std::set<std::string> factories, std::vector<std::string>
   };
 }
 
-TEST(DecoderPolicyTest, WalksDownTheFallbackChain) {
-  VideoDecoderSettings settings;
-  // CUDA missing, VA-API present: the D3D11 stand-in takes over.
-  VideoDecoderChoice choice = ChooseVideoDecoder(kHwAccelCuda, VideoCodec::H264, 1920, 1080,
-                                                 settings, Available({"vah264dec"}));
-  EXPECT_EQ(choice.hwAccel, kHwAccelD3D11);
-  EXPECT_EQ(choice.factory, "vah264dec");
-  // Only the older VA-API plugin: mode 5 still finds it.
-  choice = ChooseVideoDecoder(kHwAccelD3D11, VideoCodec::HEVC, 1920, 1080, settings,
-                              Available({"vaapih265dec"}));
-  EXPECT_EQ(choice.hwAccel, kHwAccelD3D11);
-  EXPECT_EQ(choice.factory, "vaapih265dec");
-  // Mode 3 prefers the older plugin when both exist.
-  choice = ChooseVideoDecoder(kHwAccelDxva2, VideoCodec::H264, 1920, 1080, settings,
-                              Available({"vah264dec", "vaapih264dec"}));
-  EXPECT_EQ(choice.factory, "vaapih264dec");
-  // NVDEC present and asked for.
-  choice = ChooseVideoDecoder(kHwAccelCuda, VideoCodec::VP9, 1920, 1080, settings,
-                              Available({"nvvp9dec", "vavp9dec"}));
-  EXPECT_EQ(choice.hwAccel, kHwAccelCuda);
-  EXPECT_EQ(choice.factory, "nvvp9dec");
-}
-
-TEST(DecoderPolicyTest, NothingPresentEndsInSoftware) {
-  VideoDecoderSettings settings;
-  for (int wanted : {1, 2, 3, 4, 5}) {
-    std::vector<std::string> asked;
-    VideoDecoderChoice choice =
-        ChooseVideoDecoder(wanted, VideoCodec::H264, 320, 240, settings, Available({}, &asked));
-    EXPECT_EQ(choice.hwAccel, kHwAccelNone) << wanted;
-    EXPECT_TRUE(choice.factory.empty()) << wanted;
-    EXPECT_FALSE(asked.empty()) << wanted;
+TEST(DecoderPolicyTest, WalksDownTheFallbackChainToSoftware) {
+  struct Case {
+    int wanted;
+    VideoCodec codec;
+    std::set<std::string> present;
+    int hwAccel;
+    const char* factory;
+  };
+  for (const Case& c : {
+           // CUDA missing, VA-API present: the D3D11 stand-in takes over.
+           Case{kHwAccelCuda, VideoCodec::H264, {"vah264dec"}, kHwAccelD3D11, "vah264dec"},
+           // Only the older VA-API plugin: mode 5 still finds it.
+           Case{kHwAccelD3D11, VideoCodec::HEVC, {"vaapih265dec"}, kHwAccelD3D11, "vaapih265dec"},
+           // Mode 3 prefers the older plugin when both exist.
+           Case{kHwAccelDxva2, VideoCodec::H264, {"vah264dec", "vaapih264dec"}, -1, "vaapih264dec"},
+           Case{kHwAccelCuda, VideoCodec::VP9, {"nvvp9dec", "vavp9dec"}, kHwAccelCuda, "nvvp9dec"},
+           Case{kHwAccelCuda, VideoCodec::H264, {}, kHwAccelNone, ""},
+           Case{kHwAccelD3D11, VideoCodec::H264, {}, kHwAccelNone, ""},
+       }) {
+    const VideoDecoderChoice choice =
+        ChooseVideoDecoder(c.wanted, c.codec, 1920, 1080, {}, Available(c.present));
+    if (c.hwAccel >= 0) {
+      EXPECT_EQ(choice.hwAccel, c.hwAccel) << c.factory;
+    }
+    EXPECT_EQ(choice.factory, c.factory);
   }
-  // Mode 2 unsupported goes straight to software: only its own decoders are asked.
+  // Mode 2 unsupported goes straight to software: only its own decoders are
+  // asked; mode 0 never asks.
   std::vector<std::string> asked;
-  ChooseVideoDecoder(kHwAccelQuickSync, VideoCodec::H264, 320, 240, settings,
-                     Available({}, &asked));
+  ChooseVideoDecoder(kHwAccelQuickSync, VideoCodec::H264, 320, 240, {}, Available({}, &asked));
   EXPECT_EQ(asked, (std::vector<std::string>{"vah264dec", "vaapih264dec"}));
-  // Mode 0 never asks.
   asked.clear();
-  ChooseVideoDecoder(kHwAccelNone, VideoCodec::H264, 320, 240, settings, Available({}, &asked));
+  ChooseVideoDecoder(kHwAccelNone, VideoCodec::H264, 320, 240, {}, Available({}, &asked));
   EXPECT_TRUE(asked.empty());
-}
 
-TEST(DecoderPolicyTest, CodecSwitchesAndResolutionClassesKeepTheModeButDecodeInSoftware) {
-  VideoDecoderSettings settings;
-  settings.hwH264 = false;
-  VideoDecoderChoice choice = ChooseVideoDecoder(kHwAccelD3D11, VideoCodec::H264, 1920, 1080,
-                                                 settings, Available({"vah264dec"}));
-  EXPECT_EQ(choice.hwAccel, kHwAccelD3D11);
-  EXPECT_TRUE(choice.factory.empty());
-
-  settings = VideoDecoderSettings{};
-  settings.hwResFlags = 1;  // SD only
-  choice = ChooseVideoDecoder(kHwAccelD3D11, VideoCodec::H264, 1920, 1080, settings,
-                              Available({"vah264dec"}));
-  EXPECT_TRUE(choice.factory.empty());
-  choice = ChooseVideoDecoder(kHwAccelD3D11, VideoCodec::H264, 720, 576, settings,
-                              Available({"vah264dec"}));
-  EXPECT_EQ(choice.factory, "vah264dec");
+  // A codec switched off or a resolution class left out keep the mode but
+  // decode in software.
+  const VideoDecoderSettings h264Off{.hwH264 = false}, sdOnly{.hwResFlags = 1};
+  for (auto [settings, width, factory] :
+       {std::tuple{h264Off, 720, ""}, {sdOnly, 1920, ""}, {sdOnly, 720, "vah264dec"}}) {
+    const VideoDecoderChoice choice = ChooseVideoDecoder(
+        kHwAccelD3D11, VideoCodec::H264, width, width * 9 / 16, settings, Available({"vah264dec"}));
+    EXPECT_EQ(choice.hwAccel, kHwAccelD3D11);
+    EXPECT_EQ(choice.factory, factory) << width;
+  }
 }
 
 TEST(DecoderPolicyTest, PicturesAbove2160pForceTheHardwareMode) {
@@ -95,8 +81,6 @@ TEST(DecoderPolicyTest, PicturesAbove2160pForceTheHardwareMode) {
   EXPECT_EQ(HwAccelForVideoSize(kHwAccelNone, 3841, 2160), kHwAccelD3D11);
   EXPECT_EQ(HwAccelForVideoSize(kHwAccelCuda, 3840, 2161), kHwAccelD3D11);
   EXPECT_EQ(HwAccelForVideoSize(kHwAccelCuda, 0, 0), kHwAccelCuda);
-  EXPECT_STREQ(HwAccelName(5), "D3D11");
-  EXPECT_STREQ(HwAccelName(6), "Unknown");
 }
 
 TEST(DecoderPolicyTest, HardwareNameTest) {
@@ -117,7 +101,6 @@ TEST(DecoderPolicyTest, CodecNames) {
   EXPECT_EQ(VideoCodecName(Caps("video/mpeg, mpegversion=4").get()), "MP4V");
   EXPECT_EQ(VideoCodecName(Caps("video/x-wmv, wmvversion=3, format=WVC1").get()), "WVC1");
   EXPECT_EQ(VideoCodecName(Caps("video/x-fancycodec").get()), "FANC");
-  EXPECT_EQ(VideoCodecName(nullptr), "");
   EXPECT_EQ(AudioCodecName(Caps("audio/mpeg, mpegversion=4").get()), "AAC");
   EXPECT_EQ(AudioCodecName(Caps("audio/mpeg, mpegversion=1, layer=3").get()), "MP3");
   EXPECT_EQ(AudioCodecName(Caps("audio/x-opus").get()), "OPUS");
@@ -134,8 +117,6 @@ TEST(DecoderPolicyTest, SoftwareDecodersOfThisMachine) {
   EXPECT_FALSE(IsHardwareDecoderName(aac));
   EXPECT_TRUE(FindSoftwareDecoder(Caps("application/x-zelvaro-nothing").get()).empty());
   EXPECT_FALSE(ProbeDecoderFactory("zelvaro_no_such_decoder"));
-  // Whatever this machine has, the real probe answers consistently.
-  EXPECT_EQ(ProbeDecoderFactory("vah264dec"), ProbeDecoderFactory("vah264dec"));
 }
 
 TEST(DecoderPolicyTest, SoftwareThreadsAndBurstDepth) {
@@ -167,16 +148,9 @@ TEST(DecoderPolicyTest, SoftwareThreadsAndBurstDepth) {
 
 TEST(DecoderSettingsTest, DefaultsAndStoredValues) {
   test::TempHome home;
-  VideoDecoderSettings defaults = ReadVideoDecoderSettings();
-  EXPECT_TRUE(defaults.hwH264 && defaults.hwHEVC && defaults.hwVP9 && defaults.hwAV1);
-  EXPECT_EQ(defaults.hwResFlags, 7u);
-  EXPECT_EQ(defaults.numThreads, 0u);
-  EXPECT_FALSE(defaults.deintMode.has_value());
   EXPECT_EQ(ReadSplitterSettings().preferredLanguages, "kor,eng,jpn");
-  AudioDecoderSettings audio = ReadAudioDecoderSettings();
-  EXPECT_FALSE(audio.drcEnabled.has_value());
-  EXPECT_FALSE(audio.expandMono.has_value());
-
+  EXPECT_FALSE(ReadVideoDecoderSettings().deintMode.has_value());
+  EXPECT_FALSE(ReadAudioDecoderSettings().drcEnabled.has_value());
   ASSERT_TRUE(Settings::SetDword(setting::kLavHwAccelH264, 0));
   ASSERT_TRUE(Settings::SetString(setting::kLavHwAccelHEVC, u"0"));  // wrong type: absent
   ASSERT_TRUE(Settings::SetDword(setting::kLavDeintMode, 2));
@@ -186,7 +160,7 @@ TEST(DecoderSettingsTest, DefaultsAndStoredValues) {
   EXPECT_FALSE(stored.hwH264);
   EXPECT_TRUE(stored.hwHEVC);
   EXPECT_EQ(stored.deintMode, 2u);
-  audio = ReadAudioDecoderSettings();
+  const AudioDecoderSettings audio = ReadAudioDecoderSettings();
   EXPECT_EQ(audio.drcEnabled, true);
   EXPECT_EQ(audio.drcLevel, 50u);
 }

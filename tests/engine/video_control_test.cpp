@@ -2,6 +2,7 @@
 // pipelines into a recording output: what reaches the renderer, and the
 // letterbox of a turned picture.
 
+#include "engine/frame_capture.h"
 #include "engine/graph_manager.h"
 #include "engine/proc_amp.h"
 
@@ -18,6 +19,7 @@ namespace zelvaro {
 namespace {
 
 using test::FixturePath;
+using Setting = std::pair<std::string, int>;
 
 ProcAmpRange Range(double minValue, double maxValue, double defaultValue) {
   return {ProcAmpFromDouble(minValue), ProcAmpFromDouble(maxValue), ProcAmpFromDouble(defaultValue),
@@ -44,27 +46,32 @@ TEST(ProcAmpTest, MapsTheUserValueOnEachHalfOfTheRange) {
       {Range(-180, 180, 0), -90, 180, {0, -90}},
   };
   for (const Case& c : cases) {
-    const ProcAmpFixed mapped = MapProcAmpValue(c.value, c.range, c.divisor);
-    EXPECT_EQ(mapped, c.expected) << c.value << " on " << ProcAmpToDouble(c.range.minValue) << ".."
-                                  << ProcAmpToDouble(c.range.maxValue);
+    EXPECT_EQ(MapProcAmpValue(c.value, c.range, c.divisor), c.expected)
+        << c.value << " on " << ProcAmpToDouble(c.range.minValue) << ".."
+        << ProcAmpToDouble(c.range.maxValue);
   }
   // A negative value with a fraction keeps the fraction's bits unfloored.
   EXPECT_EQ(ProcAmpFromDouble(-0.5), (ProcAmpFixed{0x8000, 0}));
   EXPECT_EQ(ProcAmpFromDouble(-1.25), (ProcAmpFixed{0xC000, -1}));
 }
 
-TEST(ProcAmpTest, ValuesAreClampedAndKeptWithoutAGraph) {
+TEST(VideoControlWithoutAGraphTest, ValuesAreClampedAndNormalisedAndKept) {
   GraphManager graph;
   EXPECT_FALSE(graph.SetBrightness(150));
   EXPECT_FALSE(graph.SetContrast(-101));
-  EXPECT_FALSE(graph.SetSaturation(7));
   EXPECT_FALSE(graph.SetHue(-200));
   EXPECT_EQ(graph.Brightness(), 100);
   EXPECT_EQ(graph.Contrast(), -100);
-  EXPECT_EQ(graph.Saturation(), 7);
   EXPECT_EQ(graph.Hue(), -180);
   EXPECT_FALSE(graph.ReadProcAmpRanges());
   EXPECT_FALSE(graph.ApplyProcAmp());
+  // Without a renderer a rotation is stored; it "applies" only when it is 0.
+  EXPECT_FALSE(graph.SetRotation(-90));
+  EXPECT_EQ(graph.Rotation(), 270);
+  EXPECT_FALSE(graph.SetRotation(450));
+  EXPECT_EQ(graph.Rotation(), 90);
+  EXPECT_TRUE(graph.SetRotation(45));
+  EXPECT_EQ(graph.Rotation(), 0);
 }
 
 class VideoControlTest : public ::testing::Test {
@@ -107,36 +114,43 @@ TEST_F(VideoControlTest, SendsTheMappedValuesAndANewGraphStartsAtTheDefaults) {
   EXPECT_EQ(output.ProcAmpCalls().back().saturation, ProcAmpFromDouble(1.2));
 }
 
-TEST_F(VideoControlTest, LetterboxesTheTurnedPicture) {
+TEST_F(VideoControlTest, TurnsMirrorsAndLetterboxesTheTurnedPicture) {
+  EXPECT_FALSE(graph.SetRotation(90));  // stored before any file
   ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
-  EXPECT_EQ(output.DestinationRect(), QRect(0, 219, 1000, 562));
-  struct Case {
+  // A new file shows the stored orientation, letterboxed turned.
+  auto settings = output.Settings();
+  ASSERT_GE(settings.size(), 2u);
+  EXPECT_EQ(settings[settings.size() - 2], Setting("rotation", 90));
+  EXPECT_EQ(settings.back(), Setting("flip", 0));
+  EXPECT_EQ(output.DestinationRect(), QRect(219, 0, 562, 1000));
+
+  output.ForgetSettings();
+  EXPECT_TRUE(graph.SetRotation(450));  // the same 90: nothing is sent
+  EXPECT_TRUE(output.Settings().empty());
+  EXPECT_TRUE(graph.SetFlipHorizontal(true));
+  EXPECT_TRUE(graph.SetFlipVertical(true));
+  // A vertical flip with the mirror on: a half turn more and no mirror.
+  EXPECT_EQ(output.Settings(), (std::vector<Setting>{{"flip", 1}, {"rotation", 270}, {"flip", 0}}));
+  output.ForgetSettings();
+  graph.RefreshVideoPosition();
+  EXPECT_EQ(output.Settings(), (std::vector<Setting>{{"cmd_redraw", 1}}));
+
+  EXPECT_TRUE(graph.SetFlipHorizontal(false));
+  const struct {
     int rotation;
     bool flipVertical;
     QRect expected;
-  };
-  const Case cases[] = {
-      {90, false, QRect(219, 0, 562, 1000)},
+  } cases[] = {
       {180, false, QRect(0, 219, 1000, 562)},
       {270, true, QRect(219, 0, 562, 1000)},
       {0, true, QRect(0, 219, 1000, 562)},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     graph.SetFlipVertical(c.flipVertical);
     EXPECT_TRUE(graph.SetRotation(c.rotation));
     EXPECT_EQ(output.DestinationRect(), c.expected) << c.rotation;
   }
-  // The next file is letterboxed turned from the start.
-  graph.SetRotation(90);
-  ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
-  EXPECT_EQ(output.DestinationRect(), QRect(219, 0, 562, 1000));
 }
-
-}  // namespace
-}  // namespace zelvaro
-
-namespace zelvaro {
-namespace {
 
 TEST(AlbumArtTest, CopiesTheCoverOutAndRefusesWhatHasNone) {
   const QString art = ExtractAlbumArt(test::FixturePath(QStringLiteral("cover_art.mp3")));
@@ -144,7 +158,6 @@ TEST(AlbumArtTest, CopiesTheCoverOutAndRefusesWhatHasNone) {
   EXPECT_EQ(QImage(art).size(), QSize(300, 300));
   EXPECT_TRUE(ExtractAlbumArt(QStringLiteral("https://host/a.mp3")).isEmpty());
   EXPECT_TRUE(ExtractAlbumArt(QStringLiteral("/no/such/file.mp3")).isEmpty());
-  EXPECT_TRUE(ExtractAlbumArt(QString()).isEmpty());
   GraphManager().Close();  // Close removes the temporary file
   EXPECT_FALSE(QFile::exists(AlbumArtTempPath()));
 }

@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <set>
 #include <thread>
 
 namespace zelvaro {
@@ -35,11 +36,7 @@ const char kSrt[] =
 class SubtitleManagerTest : public ::testing::Test {
  protected:
   QString Write(const QString& name, const QByteArray& bytes) {
-    const QString path = home_.Root() + u'/' + name;
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    return path;
+    return home_.WriteFile(name, bytes);
   }
   void SetUp() override { ASSERT_TRUE(manager_.Initialize(640, 360)); }
 
@@ -49,51 +46,39 @@ class SubtitleManagerTest : public ::testing::Test {
 
 TEST(FindSubtitleFilesTest, ExtensionOrderOutranksLanguageAndOnlyTheBaseNameCounts) {
   QTemporaryDir dir;
-  for (const char* name :
-       {"a.b.mkv", "a.b.ass", "a.b.ko.srt", "a.b.srt", "a.srt", "a.b.english.vtt", "a.b.smi",
-        "a.b.zh.sub", "a.b.fr.srt", "a.b.ssa.txt"}) {
-    QFile file(dir.filePath(QString::fromUtf8(name)));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  }
-  const QStringList found = FindSubtitleFiles(dir.filePath(QStringLiteral("a.b.mkv")));
-  QStringList expected;
-  for (const char* name :
-       {"a.b.srt", "a.b.ko.srt", "a.b.ass", "a.b.zh.sub", "a.b.smi", "a.b.english.vtt"})
-    expected << dir.filePath(QString::fromUtf8(name));
-  EXPECT_EQ(found, expected);
-}
-
-TEST(FindSubtitleFilesTest, NamesThatDifferOnlyInCaseAndPathsWithoutExtension) {
-  QTemporaryDir dir;
-  for (const char* name : {"Movie.SRT", "Movie.Ko.Ass", "noext", "noext.vtt"}) {
+  for (const char* name : {"a.b.mkv", "a.b.ass", "a.b.ko.srt", "a.b.srt", "a.srt",
+                           "a.b.english.vtt", "a.b.smi", "a.b.zh.sub", "a.b.fr.srt", "a.b.ssa.txt",
+                           "Movie.SRT", "Movie.Ko.Ass", "noext", "noext.vtt"}) {
     QFile file(dir.filePath(QString::fromUtf8(name)));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   }
   ASSERT_TRUE(QDir(dir.path()).mkdir(QStringLiteral("movie.ass")));  // a folder is no file
-  EXPECT_EQ(FindSubtitleFiles(dir.filePath(QStringLiteral("Movie.mkv"))),
-            (QStringList{dir.filePath(QStringLiteral("Movie.SRT")),
-                         dir.filePath(QStringLiteral("Movie.Ko.Ass"))}));
-  EXPECT_EQ(FindSubtitleFiles(dir.filePath(QStringLiteral("noext"))),
-            QStringList{dir.filePath(QStringLiteral("noext.vtt"))});
-  EXPECT_TRUE(FindSubtitleFiles(dir.filePath(QStringLiteral("missing/x.mkv"))).isEmpty());
+  auto found = [&](const char* media) {
+    QStringList names;
+    for (const QString& path : FindSubtitleFiles(dir.filePath(QString::fromUtf8(media))))
+      names << QFileInfo(path).fileName();
+    return names.join(u' ').toStdString();
+  };
+  EXPECT_EQ(found("a.b.mkv"), "a.b.srt a.b.ko.srt a.b.ass a.b.zh.sub a.b.smi a.b.english.vtt");
+  // Names that differ only in case, and paths without extension.
+  EXPECT_EQ(found("Movie.mkv"), "Movie.SRT Movie.Ko.Ass");
+  EXPECT_EQ(found("noext"), "noext.vtt");
+  EXPECT_EQ(found("missing/x.mkv"), "");
+  const std::pair<const char*, SubtitleType> types[] = {
+      {"/a/b.SRT", SubtitleType::kSrt},       {"b.sami", SubtitleType::kSami},
+      {"b.Smi", SubtitleType::kSami},         {"b.vtt", SubtitleType::kWebVtt},
+      {"b.ssa", SubtitleType::kSsa},          {"b.sub", SubtitleType::kSub},
+      {"/dir.srt/b", SubtitleType::kUnknown},
+  };
+  for (const auto& [path, type] : types)
+    EXPECT_EQ(DetectSubtitleType(QString::fromUtf8(path)), type);
 }
 
-TEST(SubtitleTypeTest, FromTheExtensionCaseIgnored) {
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("/a/b.SRT")), SubtitleType::kSrt);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("b.sami")), SubtitleType::kSami);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("b.Smi")), SubtitleType::kSami);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("b.vtt")), SubtitleType::kWebVtt);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("b.ssa")), SubtitleType::kSsa);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("b.sub")), SubtitleType::kSub);
-  EXPECT_EQ(DetectSubtitleType(QStringLiteral("/dir.srt/b")), SubtitleType::kUnknown);
-}
-
-TEST(SubtitleStyleTest, SettingsRoundTripAndStoredTenths) {
+TEST(SubtitleStyleTest, SavedAndLoadedWithTenthsStored) {
   test::TempHome home;
   SubtitleStyle style;
   LoadSubtitleStyle(&style);
-  EXPECT_EQ(style, SubtitleStyle{});  // nothing stored: the defaults stay
-
+  EXPECT_EQ(style, SubtitleStyle{});            // nothing stored: the defaults stay
   Settings::SetDword(setting::kSubOutline, 0);  // a real value, not a default
   Settings::SetDword(setting::kSubShadow, 25);
   LoadSubtitleStyle(&style);
@@ -102,23 +87,15 @@ TEST(SubtitleStyleTest, SettingsRoundTripAndStoredTenths) {
 
   SubtitleStyle changed;
   changed.FontName = QStringLiteral("Noto Sans CJK KR");
-  changed.FontSize = 32;
   changed.Outline = 3.5;
-  changed.Shadow = 0.5;
-  changed.Bold = false;
   changed.Italic = true;
-  changed.PrimaryColor = 0x00FFFF00;
-  changed.OutlineColor = 0x00102030;
   changed.ShadowColor = 0x40000000;
   changed.MarginBottom = -4;
-  changed.Alignment = 8;
   SaveSubtitleStyle(changed);
   SubtitleStyle read;
   LoadSubtitleStyle(&read);
   EXPECT_EQ(read, changed);
-  uint32_t stored = 0;
-  ASSERT_TRUE(Settings::GetDword(setting::kSubOutline, &stored));
-  EXPECT_EQ(stored, 35u);
+  EXPECT_EQ(Settings::GetDwordOr(setting::kSubOutline, 0), 35u);
 }
 
 TEST_F(SubtitleManagerTest, EveryFormatLoadsAsOneTrack) {
@@ -140,12 +117,9 @@ TEST_F(SubtitleManagerTest, EveryFormatLoadsAsOneTrack) {
     ASSERT_TRUE(manager_.LoadSubtitle(path)) << name;
     const auto tracks = manager_.GetTracks();
     ASSERT_EQ(tracks.size(), 1u);
-    EXPECT_EQ(tracks[0].Id, 0);
     EXPECT_EQ(tracks[0].Name, QString::fromUtf8(name));
     EXPECT_EQ(tracks[0].Path, path);
-    EXPECT_TRUE(tracks[0].Language.isEmpty());
     EXPECT_EQ(manager_.GetCurrentTrack(), 0);
-    EXPECT_TRUE(manager_.HasSubtitle());
 
     EXPECT_EQ(manager_.GetSubPic(kSecond / 2), nullptr) << name;
     const auto picture = manager_.GetSubPic(2 * kSecond);
@@ -161,19 +135,16 @@ TEST_F(SubtitleManagerTest, UnreadableFilesFailQuietlyAndClearThePreviousTrack) 
   ASSERT_TRUE(manager_.LoadSubtitle(Write(QStringLiteral("good.srt"), kSrt)));
   QByteArray garbage;
   for (int i = 0; i < 70000; ++i) garbage.append(static_cast<char>((i * 7919) % 251));
-  for (const auto& path : {Write(QStringLiteral("garbage.srt"), garbage),
-                           Write(QStringLiteral("garbage.smi"), garbage),
-                           Write(QStringLiteral("garbage.vtt"), garbage),
-                           Write(QStringLiteral("garbage.ass"), garbage),
-                           Write(QStringLiteral("empty.srt"), QByteArray()),
-                           home_.Root() + QStringLiteral("/missing.srt"), home_.Root()}) {
+  QStringList paths = {Write(QStringLiteral("empty.srt"), QByteArray()),
+                       home_.Root() + QStringLiteral("/missing.srt"), home_.Root(), QString()};
+  for (const char* name : {"garbage.srt", "garbage.smi", "garbage.vtt", "garbage.ass"})
+    paths << Write(QString::fromUtf8(name), garbage);
+  for (const QString& path : paths) {
     EXPECT_FALSE(manager_.LoadSubtitle(path)) << path.toStdString();
     EXPECT_TRUE(manager_.GetTracks().empty());
     EXPECT_EQ(manager_.GetCurrentTrack(), -1);
-    EXPECT_FALSE(manager_.HasSubtitle());
     EXPECT_EQ(manager_.GetSubPic(2 * kSecond), nullptr);
   }
-  EXPECT_FALSE(manager_.LoadSubtitle(QString()));
   SubtitleManager uninitialised;
   EXPECT_FALSE(uninitialised.LoadSubtitle(Write(QStringLiteral("x.srt"), kSrt)));
   EXPECT_EQ(uninitialised.GetSubPic(2 * kSecond), nullptr);
@@ -263,22 +234,18 @@ TEST_F(SubtitleManagerTest, WhatLibassRefusesIsDrawnAsPlainCues) {
 
 TEST_F(SubtitleManagerTest, LegacyAndUtf16FilesShowTheirText) {
   const std::string korean = "1\n00:00:01,000 --> 00:00:03,000\n한국어 자막입니다\n";
-  const QByteArray utf16 =
+  const QByteArray files[] = {
       QStringEncoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom)
-          .encode(QString::fromStdString(korean));
-  const QByteArray files[] = {utf16, test::EncodeAs(korean, "CP949")};
-  int64_t opaqueFirst = -1;
+          .encode(QString::fromStdString(korean)),
+      test::EncodeAs(korean, "CP949"), QByteArray::fromStdString(korean)};
+  std::set<int64_t> opaque;  // every encoding draws the same text
   for (const QByteArray& bytes : files) {
     ASSERT_TRUE(manager_.LoadSubtitle(Write(QStringLiteral("k.srt"), bytes)));
     const auto picture = manager_.GetSubPic(2 * kSecond);
     ASSERT_NE(picture, nullptr);
-    const int64_t opaque = CountOpaquePixels(*picture);
-    if (opaqueFirst < 0) opaqueFirst = opaque;
-    EXPECT_EQ(opaque, opaqueFirst) << "both encodings draw the same text";
+    opaque.insert(CountOpaquePixels(*picture));
   }
-  ASSERT_TRUE(
-      manager_.LoadSubtitle(Write(QStringLiteral("k.srt"), QByteArray::fromStdString(korean))));
-  EXPECT_EQ(CountOpaquePixels(*manager_.GetSubPic(2 * kSecond)), opaqueFirst);
+  EXPECT_EQ(opaque.size(), 1u);
 }
 
 TEST_F(SubtitleManagerTest, ReloadAppliesAStyleChangeToConvertedFilesOnly) {
