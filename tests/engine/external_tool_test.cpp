@@ -25,20 +25,6 @@ ExternalToolJob EndlessJob(const QString& output) {
           .reportProgress = true};
 }
 
-TEST(ExternalTool, NamesThatAShellWouldSplitReachTheToolIntact) {
-  QTemporaryDir dir;
-  for (const QString name : {"-a \"quoted\" name.mkv", "line\nbreak $(x) 'q'.mkv"}) {
-    const QString output = dir.filePath(name);
-    const ExternalToolResult result =
-        RunExternalTool({.arguments = {"-y", "-f", "lavfi", "-i", "sine=duration=0.2", output},
-                         .timeoutMs = 30000,
-                         .outputPath = output,
-                         .minimumOutputBytes = 100});
-    EXPECT_TRUE(result.Succeeded()) << result.errorTail.constData();
-    EXPECT_TRUE(QFile::exists(output)) << qPrintable(name);
-  }
-}
-
 TEST(ExternalTool, AJobThatDoesNotFinishLeavesNoOutput) {
   QTemporaryDir dir;
   const QString output = dir.filePath("out.mkv");

@@ -73,61 +73,56 @@ class KeyframeModeTest : public ::testing::Test {
   int callbacks = 0;
 };
 
-TEST_F(KeyframeModeTest, EachRequestGetsTheNearestKeyframe) {
+TEST_F(KeyframeModeTest, OnlyTheNewestRequestIsDecodedAndEachGetsTheNearestKeyframe) {
   OpenWithGraph(QStringLiteral("thumbs_segments_4x3.mp4"));  // 8 s, keyframes 0, 2, 4, 6 s
-  struct Case {
+  // Nothing is decoded ahead of a request. Asked while the preview pipeline
+  // still prerolls, each request replaces the one before it.
+  for (double fraction : {0.3, 0.55, 0.8})
+    EXPECT_TRUE(thumbnails.GetFrame(fraction, nullptr, nullptr).isNull());
+  ASSERT_TRUE(WaitUntil([&] { return callbacks > 0; }, kWaitMs));
+  EXPECT_TRUE(NearColor(CentreColour(thumbnails.GetFrame(0.8, nullptr, nullptr)), kWhite));
+  EXPECT_EQ(callbacks, 1);
+  EXPECT_TRUE(thumbnails.GetFrame(0.55, nullptr, nullptr).isNull());
+
+  const struct {
     double fraction;
     QColor colour;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0.3, kGreen},    // 2.4 s: 2 s is nearer than 4 s
       {0.45, kBlue},    // 3.6 s: 4 s is nearer
       {0.375, kGreen},  // 3.0 s: a tie goes to the earlier one
       {1.5, kWhite},    // clamped to the end: the last keyframe
       {-0.5, kRed},     // clamped to the start
   };
-  // Nothing is decoded ahead of a request.
-  EXPECT_TRUE(thumbnails.GetFrame(0.3, nullptr, nullptr).isNull());
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     int width = 0, height = 0;
-    QImage image = Fetch(c.fraction, &width, &height);
-    ASSERT_FALSE(image.isNull()) << c.fraction;
-    EXPECT_EQ(image.size(), QSize(120, 90));
+    const QImage image = Fetch(c.fraction, &width, &height);
+    EXPECT_EQ(image.size(), QSize(120, 90)) << c.fraction;
     EXPECT_EQ(QSize(width, height), QSize(160, 90));
     EXPECT_TRUE(NearColor(CentreColour(image), c.colour)) << c.fraction;
   }
   // Sweeping back finds the pictures already decoded.
-  EXPECT_FALSE(thumbnails.GetFrame(0.3, nullptr, nullptr).isNull());
   EXPECT_FALSE(thumbnails.GetFrame(0.0, nullptr, nullptr).isNull());
-}
 
-TEST_F(KeyframeModeTest, OnlyTheNewestRequestIsDecodedAndReported) {
-  OpenWithGraph(QStringLiteral("thumbs_segments_4x3.mp4"));
-  // Asked while the preview pipeline still prerolls: each request replaces
-  // the one before it.
-  for (double fraction : {0.3, 0.55, 0.8}) {
-    EXPECT_TRUE(thumbnails.GetFrame(fraction, nullptr, nullptr).isNull());
-  }
-  ASSERT_TRUE(WaitUntil([&] { return callbacks > 0; }, kWaitMs));
-  QImage newest = thumbnails.GetFrame(0.8, nullptr, nullptr);
-  ASSERT_FALSE(newest.isNull());
-  EXPECT_TRUE(NearColor(CentreColour(newest), kWhite));
-  EXPECT_EQ(callbacks, 1);
-  EXPECT_TRUE(thumbnails.GetFrame(0.55, nullptr, nullptr).isNull());
-}
-
-TEST_F(KeyframeModeTest, WidePicturesKeepTheirAspect) {
+  // Wide pictures keep their aspect.
   OpenWithGraph(QStringLiteral("thumbs_21x9.mp4"));
-  int width = 0, height = 0;
-  QImage image = Fetch(0.5, &width, &height);
-  ASSERT_FALSE(image.isNull());
-  EXPECT_EQ(image.size(), QSize(160, 68));
-  EXPECT_EQ(QSize(width, height), QSize(160, 90));
-  EXPECT_TRUE(NearColor(CentreColour(image), kRed));
+  const QImage wide = Fetch(0.5, nullptr, nullptr);
+  EXPECT_EQ(wide.size(), QSize(160, 68));
+  EXPECT_TRUE(NearColor(CentreColour(wide), kRed));
 }
 
 TEST(CacheModeTest, FillsAHundredFramesAndAnswersWithTheNearest) {
   ThumbnailGenerator thumbnails;
+  // Closing while the worker runs does not hang, and leaves the generator
+  // usable at once.
+  ASSERT_TRUE(thumbnails.Open(FixturePath("long_lowres.mkv"), nullptr));
+  ASSERT_TRUE(thumbnails.StartWorker());
+  ASSERT_TRUE(WaitUntil([&] { return thumbnails.CachedFrameCount() > 0; }, kWaitMs));
+  auto closing = std::async(std::launch::async, [&] { thumbnails.Close(); });
+  ASSERT_EQ(closing.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+  EXPECT_FALSE(thumbnails.ready());
+  EXPECT_EQ(thumbnails.CachedFrameCount(), 0);
+
   // MPEG-TS has no index: no keyframe table, so the cache is filled.
   ASSERT_TRUE(thumbnails.Open(FixturePath("thumbs_segments.ts"), nullptr));
   EXPECT_FALSE(thumbnails.keyframeMode());
@@ -139,39 +134,18 @@ TEST(CacheModeTest, FillsAHundredFramesAndAnswersWithTheNearest) {
   // seconds (its demuxer estimates times from bytes); the rest all come.
   EXPECT_GE(thumbnails.CachedFrameCount(), 85);
   EXPECT_LE(thumbnails.CachedFrameCount(), 100);
-
-  struct Case {
-    double fraction;
-    QColor colour;
-  };
-  for (const Case& c : {Case{0.1, kRed}, Case{0.35, kGreen}, Case{0.6, kBlue}, Case{0.9, kWhite}}) {
+  for (auto [fraction, colour] :
+       {std::pair{0.1, kRed}, {0.35, kGreen}, {0.6, kBlue}, {0.9, kWhite}}) {
     int width = 0, height = 0;
-    QImage image = thumbnails.GetFrame(c.fraction, &width, &height);
-    ASSERT_FALSE(image.isNull()) << c.fraction;
-    EXPECT_EQ(image.size(), QSize(120, 90));
+    const QImage image = thumbnails.GetFrame(fraction, &width, &height);
+    EXPECT_EQ(image.size(), QSize(120, 90)) << fraction;
     EXPECT_EQ(QSize(width, height), QSize(160, 90));
-    EXPECT_TRUE(NearColor(CentreColour(image), c.colour)) << c.fraction;
+    EXPECT_TRUE(NearColor(CentreColour(image), colour)) << fraction;
   }
   // 0.26 lies nearest to the 27th frame (26 / 99), not the 26th.
   const qint64 nearest = thumbnails.GetFrame(0.26, nullptr, nullptr).cacheKey();
   EXPECT_EQ(nearest, thumbnails.GetFrame(26 / 99.0, nullptr, nullptr).cacheKey());
   EXPECT_NE(nearest, thumbnails.GetFrame(25 / 99.0, nullptr, nullptr).cacheKey());
-}
-
-TEST(CacheModeTest, CloseWhileTheWorkerRunsDoesNotHang) {
-  ThumbnailGenerator thumbnails;
-  ASSERT_TRUE(thumbnails.Open(FixturePath("long_lowres.mkv"), nullptr));
-  ASSERT_TRUE(thumbnails.StartWorker());
-  ASSERT_TRUE(WaitUntil([&] { return thumbnails.CachedFrameCount() > 0; }, kWaitMs));
-  auto closing = std::async(std::launch::async, [&] { thumbnails.Close(); });
-  ASSERT_EQ(closing.wait_for(std::chrono::seconds(20)), std::future_status::ready);
-  EXPECT_FALSE(thumbnails.ready());
-  EXPECT_EQ(thumbnails.CachedFrameCount(), 0);
-  EXPECT_TRUE(thumbnails.GetFrame(0.5, nullptr, nullptr).isNull());
-  // The generator is usable again at once.
-  ASSERT_TRUE(thumbnails.Open(FixturePath("thumbs_segments.ts"), nullptr));
-  ASSERT_TRUE(thumbnails.StartWorker());
-  EXPECT_TRUE(WaitUntil([&] { return thumbnails.CachedFrameCount() > 0; }, kWaitMs));
 }
 
 TEST(ThumbnailBadInputTest, GivesNoPreviews) {

@@ -43,59 +43,41 @@ ASS_Image Image(std::vector<unsigned char>& mask, int w, int h, uint32_t colour,
   return image;
 }
 
-TEST(AssBlendTest, CoverageOverTransparentGivesPremultipliedColour) {
+TEST(AssBlendTest, SourceOverPremultipliedPixels) {
+  using Bgra = std::array<int, 4>;
+  const struct {
+    const char* what;
+    uint32_t colour;  // RRGGBBAA, AA transparency
+    unsigned char coverage;
+    Bgra before, after;
+  } cases[] = {
+      {"opaque red, full", 0xFF000000, 255, {0, 0, 0, 0}, {0, 0, 255, 255}},
+      {"opaque red, half", 0xFF000000, 128, {0, 0, 0, 0}, {0, 0, 128, 128}},
+      {"zero coverage leaves the pixel", 0xFF000000, 0, {1, 2, 3, 4}, {1, 2, 3, 4}},
+      {"transparency 0x80: alpha 127", 0xC8643280, 255, {0, 0, 0, 0}, {25, 50, 100, 127}},
+      {"coverage 1 at alpha 127 rounds to nothing", 0xC8643280, 1, {0, 0, 0, 0}, {0, 0, 0, 0}},
+      {"over an existing pixel", 0xFF000000, 128, {10, 20, 30, 40}, {5, 10, 143, 148}},
+      {"fully transparent colour", 0xFFFFFFFF, 255, {0, 0, 0, 0}, {0, 0, 0, 0}},
+  };
+  for (const auto& c : cases) {
+    Target target(1, 1);
+    target.Set(0, 0, c.before);
+    std::vector<unsigned char> mask = {c.coverage};
+    ASS_Image image = Image(mask, 1, 1, c.colour, 0, 0);
+    SubPicRect bbox = SubPicRect::Inverted();
+    BlendAssImages(&image, target.desc, &bbox);
+    EXPECT_EQ(target.At(0, 0), c.after) << c.what;
+  }
+  // Later images of the list go on top; the box holds what was drawn.
   Target target(3, 1);
-  std::vector<unsigned char> mask = {255, 128, 0};
-  ASS_Image image = Image(mask, 3, 1, 0xFF000000, 0, 0);  // opaque red
-  SubPicRect bbox = SubPicRect::Inverted();
-  BlendAssImages(&image, target.desc, &bbox);
-  EXPECT_EQ(target.At(0, 0), (std::array<int, 4>{0, 0, 255, 255}));
-  EXPECT_EQ(target.At(1, 0), (std::array<int, 4>{0, 0, 128, 128}));
-  EXPECT_EQ(target.At(2, 0), (std::array<int, 4>{0, 0, 0, 0}));  // zero coverage: untouched
-  EXPECT_EQ(bbox, (SubPicRect{0, 0, 3, 1}));
-}
-
-TEST(AssBlendTest, ColourTransparencyScalesCoverage) {
-  Target target(2, 1);
-  std::vector<unsigned char> mask = {255, 1};
-  // R 200, G 100, B 50, transparency 0x80: alpha 127.
-  ASS_Image image = Image(mask, 2, 1, 0xC8643280, 0, 0);
-  SubPicRect bbox = SubPicRect::Inverted();
-  BlendAssImages(&image, target.desc, &bbox);
-  EXPECT_EQ(target.At(0, 0), (std::array<int, 4>{25, 50, 100, 127}));
-  // Coverage 1 at alpha 127 rounds to nothing: the pixel stays.
-  EXPECT_EQ(target.At(1, 0), (std::array<int, 4>{0, 0, 0, 0}));
-}
-
-TEST(AssBlendTest, SourceOverAnExistingPremultipliedPixel) {
-  Target target(1, 1);
-  target.Set(0, 0, {10, 20, 30, 40});
-  std::vector<unsigned char> mask = {128};
-  ASS_Image image = Image(mask, 1, 1, 0xFF000000, 0, 0);
-  SubPicRect bbox = SubPicRect::Inverted();
-  BlendAssImages(&image, target.desc, &bbox);
-  EXPECT_EQ(target.At(0, 0), (std::array<int, 4>{5, 10, 143, 148}));
-}
-
-TEST(AssBlendTest, LaterImagesOfTheListGoOnTop) {
-  Target target(1, 1);
   std::vector<unsigned char> full = {255};
-  ASS_Image top = Image(full, 1, 1, 0x0000FF00, 0, 0);     // opaque blue
-  ASS_Image bottom = Image(full, 1, 1, 0xFFFFFF00, 0, 0);  // opaque white
+  ASS_Image top = Image(full, 1, 1, 0x0000FF00, 1, 0);     // opaque blue
+  ASS_Image bottom = Image(full, 1, 1, 0xFFFFFF00, 1, 0);  // opaque white
   bottom.next = &top;
   SubPicRect bbox = SubPicRect::Inverted();
   BlendAssImages(&bottom, target.desc, &bbox);
-  EXPECT_EQ(target.At(0, 0), (std::array<int, 4>{255, 0, 0, 255}));
-}
-
-TEST(AssBlendTest, FullyTransparentColourDrawsNothing) {
-  Target target(2, 2);
-  std::vector<unsigned char> mask(4, 255);
-  ASS_Image image = Image(mask, 2, 2, 0xFFFFFFFF, 0, 0);
-  SubPicRect bbox = SubPicRect::Inverted();
-  BlendAssImages(&image, target.desc, &bbox);
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 2; ++x) EXPECT_EQ(target.At(x, y), (std::array<int, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(target.At(1, 0), (Bgra{255, 0, 0, 255}));
+  EXPECT_EQ(bbox, (SubPicRect{1, 0, 2, 1}));
 }
 
 TEST(AssBlendTest, ClipsAtEveryEdgeAndHonoursStrides) {
