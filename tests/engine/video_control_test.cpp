@@ -150,6 +150,12 @@ TEST_F(VideoControlTest, TurnsMirrorsAndLetterboxesTheTurnedPicture) {
     EXPECT_TRUE(graph.SetRotation(c.rotation));
     EXPECT_EQ(output.DestinationRect(), c.expected) << c.rotation;
   }
+  // The next file shows the stored vertical flip: a half turn and a mirror.
+  ASSERT_TRUE(graph.OpenFile(FixturePath("wide_720p.mp4")));
+  settings = output.Settings();
+  ASSERT_GE(settings.size(), 2u);
+  EXPECT_EQ(settings[settings.size() - 2], Setting("rotation", 180));
+  EXPECT_EQ(settings.back(), Setting("flip", 1));
 }
 
 TEST(AlbumArtTest, CopiesTheCoverOutAndRefusesWhatHasNone) {
