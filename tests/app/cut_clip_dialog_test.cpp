@@ -42,17 +42,8 @@ class CutClipDialogTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() {
-    home_ = std::make_unique<test::TempHome>();
-    window_ = test::StartPlayer();
-    QVERIFY(window_);
-    graph_ = window_->graph();
-  }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void theRangeIsEditedAsTheSeekBarsMarks() {
     QVERIFY(window_->OpenFile(test::FixturePath("cut_source.mp4")));
@@ -175,9 +166,9 @@ class CutClipDialogTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
-  MainWindow* window_ = nullptr;
-  GraphManager* graph_ = nullptr;
+  test::PlayerFixture player_;
+  MainWindow*& window_ = player_.window;
+  GraphManager*& graph_ = player_.graph;
 };
 
 }  // namespace zelvaro

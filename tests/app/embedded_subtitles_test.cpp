@@ -6,11 +6,11 @@
 // cues at 1-3 s and 4-5 s, so where text shows tells which track is on.
 
 #include "app/commands.h"
-#include "video/video_renderer.h"
 #include "engine/graph_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/app/shell_test_support.h"
+#include "video/video_renderer.h"
 
 #include <QDir>
 
@@ -63,17 +63,8 @@ class EmbeddedSubtitlesTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() {
-    home_ = std::make_unique<test::TempHome>();
-    window_ = test::StartPlayer();
-    QVERIFY(window_);
-    graph_ = window_->graph();
-  }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void aChosenTrackShowsAtItsCues_data() {
     QTest::addColumn<uint>("method");
@@ -190,9 +181,9 @@ class EmbeddedSubtitlesTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
-  MainWindow* window_ = nullptr;
-  GraphManager* graph_ = nullptr;
+  test::PlayerFixture player_;
+  MainWindow*& window_ = player_.window;
+  GraphManager*& graph_ = player_.graph;
 };
 
 }  // namespace zelvaro
