@@ -1,6 +1,6 @@
-// The popup menus' rows from known engine and store states: ids, checks and
-// greyed rows. No language file is loaded, so a text reads as its key. The
-// context menu's order is read from its golden image (main_window_menus_test).
+// The popup menus' rows from known engine and store states: order, ids,
+// checks and greyed rows. No language file is loaded, so a text reads as its
+// key.
 
 #include "app/menu_models.h"
 #include "app/commands.h"
@@ -41,6 +41,51 @@ const MenuItem& SubmenuOf(const MenuModel& rows, const char* key) {
 }
 
 using Lines = std::vector<std::string>;
+
+// Row by row: the golden image lets two rows trade places unseen.
+TEST(MenuModels, ContextMenuRowsInOrder) {
+  const MenuModel rows = ContextMenuModel({}, {});
+  EXPECT_EQ(Describe(rows), (Lines{"Menu.Open 5001",
+                                   "Menu.OpenUrl 5002",
+                                   "Menu.RecentFiles [>]",
+                                   "Menu.Favorites [>]",
+                                   "---",
+                                   "Menu.Play [>]",
+                                   "Menu.SpeedSubmenuFormat [>]",
+                                   "---",
+                                   "Menu.VideoSize [>]",
+                                   "Menu.VideoRotate [>]",
+                                   "---",
+                                   "Menu.ABRepeat [>]",
+                                   "---",
+                                   "Menu.Subtitle [>]",
+                                   "Menu.AudioTrack [>]",
+                                   "Menu.LyricsPanel 5027",
+                                   "---",
+                                   "Menu.Screenshot 5014",
+                                   "Menu.CutClip 5026",
+                                   "---",
+                                   "Menu.ControlPanel 5024",
+                                   "Menu.FileInfo 5023",
+                                   "---",
+                                   "Menu.Settings 5020",
+                                   "Menu.About 5021",
+                                   "---",
+                                   "Menu.Exit 5022"}));
+  EXPECT_EQ(Describe(SubmenuOf(rows, "Menu.Play").submenu),
+            (Lines{"Menu.PlayPause 5003", "Menu.Stop 5004", "Menu.Prev 5005", "Menu.Next 5006"}));
+  EXPECT_EQ(
+      Describe(SubmenuOf(rows, "Menu.VideoSize").submenu),
+      (Lines{"Menu.Size25 5070", "Menu.Size50 5071", "Menu.Size75 5072", "Menu.Size100 5073",
+             "Menu.Size150 5074", "Menu.Size200 5075", "---", "Menu.MonitorSize30 5080",
+             "Menu.MonitorSize45 5081", "Menu.MonitorSize60 5082", "Menu.MonitorSize75 5083"}));
+  EXPECT_EQ(
+      Describe(SubmenuOf(rows, "Menu.VideoRotate").submenu),
+      (Lines{"Menu.RotateReset 5060", "---", "Menu.RotateLeft270 5065", "Menu.RotateRight90 5066",
+             "---", "Menu.RotateLeftContinuous 5061", "Menu.RotateRightContinuous 5062", "---",
+             "Menu.FlipHorizontal 5063", "Menu.FlipVertical 5064"}));
+  EXPECT_EQ(Describe(SubmenuOf(rows, "Menu.AudioTrack").submenu), (Lines{"Menu.NoItems [-]"}));
+}
 
 TEST(MenuModels, ABRepeatMarksCheckAndTitle) {
   struct Case {

@@ -1,6 +1,5 @@
 // The toolbar's geometry without a window: which buttons a width leaves room
-// for, the seek bar's and the slider's zones, the chips. Where each part sits
-// at 1x and 2x is read from the golden images instead.
+// for and where they sit, the seek bar's and the slider's zones, the chips.
 
 #include "chrome/toolbar_geometry.h"
 #include "chrome/toolbar_chips.h"
@@ -49,6 +48,27 @@ TEST(ToolbarGeometryTest, ButtonsShowFromBarePixelWidthsAtEveryScale) {
     }
     EXPECT_EQ(Shown(ComputeToolbarGeometry(1920, scale, false)), with({9, 10, 11}));
   }
+}
+
+// Exact to the pixel: the golden images let a button one pixel off pass.
+TEST(ToolbarGeometryTest, ButtonsPackIntoSlots) {
+  struct Case {
+    float scale;
+    int index;
+    QRect rect;
+  } cases[] = {
+      {1.0f, 0, {6, 27, 30, 30}},     {1.0f, 4, {166, 27, 30, 30}},   {1.0f, 5, {316, 27, 30, 30}},
+      {1.0f, 8, {436, 27, 30, 30}},   {1.0f, 10, {1162, 27, 30, 30}}, {1.0f, 9, {1122, 27, 30, 30}},
+      {1.0f, 11, {1082, 27, 30, 30}}, {2.0f, 0, {12, 54, 60, 60}},    {2.0f, 5, {632, 54, 60, 60}},
+      {2.0f, 10, {1126, 54, 60, 60}}, {2.0f, 11, {966, 54, 60, 60}},
+  };
+  for (const Case& c : cases) {
+    const ToolbarGeometry g = ComputeToolbarGeometry(1198, c.scale, true);
+    EXPECT_EQ(g.ButtonRects[c.index], c.rect) << c.index << " at " << c.scale;
+    EXPECT_EQ(g.IconRects[c.index].center(), c.rect.center());
+  }
+  EXPECT_EQ(ComputeToolbarGeometry(1198, 1.0f, true).TimeTextX, 216);
+  EXPECT_EQ(ComputeToolbarGeometry(1198, 2.0f, true).TimeTextX, 432);
 }
 
 TEST(ToolbarGeometryTest, SeekBarFractionsAndZones) {
