@@ -42,7 +42,6 @@ class KeyMapTest : public QObject {
   }
 
   void mapMatchesModifiersExactly() {
-    QCOMPARE(KeyMap().size(), size_t{44});
     QCOMPARE(CommandForKey(Qt::Key_Space, Qt::NoModifier).value_or(0), int{ID_KEY_PLAY_PAUSE});
     QCOMPARE(CommandForKey(Qt::Key_P, Qt::ControlModifier).value_or(0), int{ID_KEY_SCREENSHOT});
     QCOMPARE(CommandForKey(Qt::Key_Greater, Qt::ShiftModifier).value_or(0),
@@ -95,14 +94,10 @@ class KeyMapTest : public QObject {
     QCOMPARE(commands_, std::vector<int>{ID_KEY_ROTATE_STEP_LEFT});
   }
 
-  void textBoxKeepsEveryKey() {
+  void textBoxesAndOtherWindowsKeepEveryKey() {
     Activate(toolWindow_, edit_);
     QTest::keyClicks(edit_, QStringLiteral("q p"));
     QCOMPARE(edit_->text(), QStringLiteral("q p"));
-    QVERIFY(commands_.empty());
-  }
-
-  void keysInOtherWindowsAreNeverCommands() {
     Activate(stranger_.get(), stranger_.get());
     QTest::keyClick(stranger_.get(), Qt::Key_Space);
     QVERIFY(commands_.empty());

@@ -26,11 +26,19 @@ bool Near(double actual, double expected, double tolerance) {
   return std::fabs(actual - expected) <= tolerance;
 }
 
-void Wheel(QWidget* window, int delta) {
+void Wheel(QWidget* window, int delta, bool sideways = false) {
   const QPointF at(window->width() / 2.0, window->height() / 2.0);
-  QWheelEvent event(at, window->mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
-                    Qt::NoModifier, Qt::NoScrollPhase, false);
+  const QPoint angle = sideways ? QPoint(delta, 0) : QPoint(0, delta);
+  QWheelEvent event(at, window->mapToGlobal(at), QPoint(), angle, Qt::NoButton, Qt::NoModifier,
+                    Qt::NoScrollPhase, false);
   QApplication::sendEvent(window, &event);
+}
+
+// QTest's key clicks refuse keys that type nothing; a media key comes as
+// the desktop sends it, one press.
+void PressKey(QWidget* window, Qt::Key key) {
+  QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+  QApplication::sendEvent(window, &press);
 }
 
 }  // namespace
@@ -39,63 +47,42 @@ class MainWindowCommandsTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() {
-    home_ = std::make_unique<test::TempHome>();
-    window_ = test::StartPlayer();
-    QVERIFY(window_);
-    graph_ = window_->graph();
-  }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void speedKeysRoundToTenthsAndTheMenuStepsExactly() {
     QVERIFY(window_->OpenFile(test::PatternClip()));
     QVERIFY(test::ActivatePlayer(window_));
-
-    QVERIFY(graph_->SetSpeed(1.37));
-    QTest::keyClick(window_, Qt::Key_X);
-    QCOMPARE(graph_->Speed(), 1.3);
-    QCOMPARE(test::OsdText(), QStringLiteral("1.3x"));
-
-    QVERIFY(graph_->SetSpeed(1.37));
-    window_->OnCommand(ID_SPEED_DOWN);
-    QVERIFY(Near(graph_->Speed(), 1.27, 1e-9));
-
-    // Z goes to 1.0 remembering the speed, and back again.
-    QTest::keyClick(window_, Qt::Key_Z);
-    QCOMPARE(graph_->Speed(), 1.0);
-    QCOMPARE(test::OsdText(), QStringLiteral("1.00x"));
-    QTest::keyClick(window_, Qt::Key_Z);
-    QVERIFY(Near(graph_->Speed(), 1.27, 1e-9));
-    QCOMPARE(test::OsdText(), QStringLiteral("1.27x"));
-
-    // The top stays the top, and says so.
-    QVERIFY(graph_->SetSpeed(4.0));
-    QTest::keyClick(window_, Qt::Key_C);
-    QCOMPARE(graph_->Speed(), 4.0);
-    QCOMPARE(test::OsdText(), QStringLiteral("4.0x"));
-
-    window_->OnCommand(ID_SPEED_PRESET_FIRST + 1);
-    QCOMPARE(graph_->Speed(), 0.5);
-    QCOMPARE(test::OsdText(), QStringLiteral("0.50x"));
-    // 25 fps played as 30.
-    window_->OnCommand(ID_SPEED_FPS_FIRST + 4);
-    QVERIFY(Near(graph_->Speed(), 1.2, 1e-9));
-    QCOMPARE(test::OsdText(), QStringLiteral("1.20x"));
-  }
-
-  void speedToggleWithNothingToReturnTo() {
-    QVERIFY(window_->OpenFile(test::PatternClip()));
-    // The key shows 1.00x and changes nothing; the menu entry does nothing.
+    // Nothing to return to: the toggle shows 1.00x and changes nothing.
     window_->OnCommand(ID_KEY_SPEED_TOGGLE);
     QCOMPARE(graph_->Speed(), 1.0);
     QCOMPARE(test::OsdText(), QStringLiteral("1.00x"));
-    window_->OnCommand(ID_SPEED_RESET);
-    QCOMPARE(graph_->Speed(), 1.0);
-    QCOMPARE(window_->lastSpeed(), 1.0);
+    // The desktop's media keys reach the player as its own.
+    PressKey(window_, Qt::Key_MediaPlay);
+    QCOMPARE(graph_->State(), 1);
+    PressKey(window_, Qt::Key_MediaPause);
+    QCOMPARE(graph_->State(), 2);
+
+    // Each step from a set speed (or from the last step's, at 0): the keys
+    // round to tenths, the menu steps exactly, the toggle goes to 1.0
+    // remembering the speed and back, the top stays the top and says so.
+    const struct {
+      double from;
+      int command;
+      double speed;
+      const char* osd;
+    } steps[] = {
+        {1.37, ID_KEY_SPEED_DOWN, 1.3, "1.3x"},    {1.37, ID_SPEED_DOWN, 1.27, nullptr},
+        {0, ID_KEY_SPEED_TOGGLE, 1.0, "1.00x"},    {0, ID_KEY_SPEED_TOGGLE, 1.27, "1.27x"},
+        {4.0, ID_KEY_SPEED_UP, 4.0, "4.0x"},       {0, ID_SPEED_PRESET_FIRST + 1, 0.5, "0.50x"},
+        {0, ID_SPEED_FPS_FIRST + 4, 1.2, "1.20x"},  // 25 fps played as 30
+    };
+    for (const auto& step : steps) {
+      if (step.from > 0) QVERIFY(graph_->SetSpeed(step.from));
+      window_->OnCommand(step.command);
+      QVERIFY2(Near(graph_->Speed(), step.speed, 1e-9), qPrintable(QString::number(step.command)));
+      if (step.osd != nullptr) QCOMPARE(test::OsdText(), QString::fromUtf8(step.osd));
+    }
   }
 
   void volumeKeysAndTheWheel() {
@@ -112,6 +99,7 @@ class MainWindowCommandsTest : public QObject {
     QTest::keyClick(window_, Qt::Key_Up, Qt::AltModifier);
     QVERIFY(Near(graph_->Volume(), 0.49, 1e-6));
 
+    Wheel(window_, 120, true);  // sideways is no volume step
     Wheel(window_, 120);
     QVERIFY(Near(graph_->Volume(), 0.54, 1e-6));
     // A notch is a step: a fast spin of six takes six, an empty delta none.
@@ -250,7 +238,7 @@ class MainWindowCommandsTest : public QObject {
   // is a process-wide instance bound to the first home that uses it.
   void favouritesAddPlayRunAndClearInTheirOwnIdentifiers() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*player_.home, QStringLiteral("show"),
                          {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4"),
                           QStringLiteral("Show 103.mp4")});
     FavoritesDatabase& favorites = FavoritesDatabase::Instance();
@@ -316,9 +304,9 @@ class MainWindowCommandsTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
-  MainWindow* window_ = nullptr;
-  GraphManager* graph_ = nullptr;
+  test::PlayerFixture player_;
+  MainWindow*& window_ = player_.window;
+  GraphManager*& graph_ = player_.graph;
 };
 
 }  // namespace zelvaro

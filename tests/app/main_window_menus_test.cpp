@@ -1,22 +1,19 @@
 // The player's popup menus as a person uses them: a real right click over
 // the picture opens the context menu, real keys move in it and Return
 // chooses (and never reaches the window's own Return), the dark look read
-// back from a golden image, the track menus above their point, and
-// favourites played by their menu ids.
+// back from a golden image, and the track menus above their point.
 
 // Qt's widget headers go before the X11 ones, whose macros clash with them.
 #include <QLineEdit>
 #include <QStyleOptionMenuItem>
 
 #include "app/commands.h"
-#include "app/favorite_menu_ids.h"
 #include "chrome/chrome_palette.h"
 #include "chrome/dark_menu.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
-#include "library/favorites_database.h"
 #include "tests/app/shell_test_support.h"
 #include "tests/app/x_pointer.h"
 #include "tests/support/golden_image.h"
@@ -31,20 +28,6 @@ namespace zelvaro {
 namespace {
 
 constexpr int kWaitMs = 20000;
-
-void XRightClick(Display* display, QPoint global) {
-  test::XMovePointer(display, global);
-  XTestFakeButtonEvent(display, 3, True, CurrentTime);
-  XTestFakeButtonEvent(display, 3, False, CurrentTime);
-  XFlush(display);
-}
-
-void XKey(Display* display, KeySym symbol) {
-  const KeyCode code = XKeysymToKeycode(display, symbol);
-  XTestFakeKeyEvent(display, code, True, CurrentTime);
-  XTestFakeKeyEvent(display, code, False, CurrentTime);
-  XFlush(display);
-}
 
 QAction* ActionWithText(QMenu* menu, const QString& text) {
   for (QAction* action : menu->actions()) {
@@ -90,38 +73,22 @@ class MainWindowMenusTest : public QObject {
   void initTestCase() {
     QVERIFY(LanguageManager::Instance().Initialize(test::SourceDir(), QLocale::English));
   }
-  void init() { home_ = std::make_unique<test::TempHome>(); }
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
-
-  // First: the favourites store is a process-wide instance bound to the
-  // first home that uses it.
-  void favouriteIdsPlayWithoutTouchingGroups() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
-    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("fav"),
-                                               {QStringLiteral("x.mp4"), QStringLiteral("y.mp4")});
-    FavoritesDatabase& favorites = FavoritesDatabase::Instance();
-    for (int g = 0; g < 5; ++g) QVERIFY(favorites.AddGroup(QStringLiteral("g%1").arg(g)));
-    QVERIFY(favorites.AddItem(0, clips[0], 0));
-    QVERIFY(favorites.AddItem(3, clips[1], 0));
-    // The first item of group 3, where the group-clearing range would once
-    // have begun.
-    window->OnCommand(FavoriteItemId(3, 0));
-    QCOMPARE(window->graph()->CurrentPath(), clips[1]);
-    QCOMPARE(favorites.Groups()[0].items.size(), size_t{1});
-    QCOMPARE(favorites.Groups()[3].items.size(), size_t{1});
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void rightClickOpensMenuAndReturnChoosesARecentFile() {
     Display* display = test::XTestDisplay();
     if (display == nullptr) QSKIP("needs an X11 display with XTEST");
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     QVERIFY(test::ActivatePlayer(window));
-    const QStringList clips = test::MakeSeries(*home_, QStringLiteral("show"),
+    // Escape closes the menu and is not the window's own.
+    WhenMenuOpens escaped([&](QMenu*) { test::XKey(display, XK_Escape); });
+    test::XClick(display, window->videoWindow()->mapToGlobal(QPoint(40, 40)), 3);
+    QTRY_VERIFY_WITH_TIMEOUT(escaped.done(), kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QApplication::activePopupWidget() == nullptr, kWaitMs);
+    QVERIFY(!window->isMinimized());
+
+    const QStringList clips = test::MakeSeries(*player_.home, QStringLiteral("show"),
                                                {QStringLiteral("a.mp4"), QStringLiteral("b.mp4")});
     QVERIFY(window->OpenFile(clips[0]));
     QVERIFY(window->OpenFile(clips[1]));  // a is the second recent entry now
@@ -134,7 +101,7 @@ class MainWindowMenusTest : public QObject {
       QAction* recent = ActionWithText(menu, LanguageManager::GetString(u"Menu.RecentFiles"));
       QVERIFY(recent && recent->menu());
       menu->setActiveAction(recent);
-      XKey(display, XK_Right);
+      test::XKey(display, XK_Right);
       QVERIFY(QTest::qWaitFor([&] { return QApplication::activePopupWidget() == recent->menu(); },
                               kWaitMs));
       // Down until the second entry is the highlighted one.
@@ -144,16 +111,16 @@ class MainWindowMenusTest : public QObject {
            !(files->activeAction() && files->activeAction()->data().toInt() == ID_RECENT_FIRST + 1);
            ++step) {
         QAction* before = files->activeAction();
-        XKey(display, XK_Down);
+        test::XKey(display, XK_Down);
         QVERIFY(QTest::qWaitFor([&] { return files->activeAction() != before; }, kWaitMs));
       }
       QVERIFY(files->activeAction() &&
               files->activeAction()->data().toInt() == ID_RECENT_FIRST + 1);
-      XKey(display, XK_Return);
+      test::XKey(display, XK_Return);
     });
     const QPoint picture =
         window->videoWindow()->mapToGlobal(window->videoWindow()->rect().center());
-    XRightClick(display, picture);
+    test::XClick(display, picture, 3);
     QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(window->graph()->CurrentPath(), clips[0], kWaitMs);
     QVERIFY(QApplication::activePopupWidget() == nullptr);
@@ -163,26 +130,12 @@ class MainWindowMenusTest : public QObject {
 
     // With no popup open, Return is the window's fullscreen key again.
     QVERIFY(test::ActivatePlayer(window));
-    XKey(display, XK_Return);
+    test::XKey(display, XK_Return);
     QTRY_VERIFY_WITH_TIMEOUT(window->fullscreen(), kWaitMs);
   }
 
-  void escapeClosesTheMenuAndLeavesTheWindow() {
-    Display* display = test::XTestDisplay();
-    if (display == nullptr) QSKIP("needs an X11 display with XTEST");
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
-    QVERIFY(test::ActivatePlayer(window));
-    WhenMenuOpens inMenu([&](QMenu*) { XKey(display, XK_Escape); });
-    XRightClick(display, window->videoWindow()->mapToGlobal(QPoint(40, 40)));
-    QTRY_VERIFY_WITH_TIMEOUT(inMenu.done(), kWaitMs);
-    QTRY_VERIFY_WITH_TIMEOUT(QApplication::activePopupWidget() == nullptr, kWaitMs);
-    QVERIFY(!window->isMinimized());
-  }
-
   void contextMenuLooksDark() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     // The open context menu beside its speed submenu (a checked row) and its
     // A-B submenu (a greyed row), at 1x.
     QImage image;
@@ -222,8 +175,7 @@ class MainWindowMenusTest : public QObject {
   }
 
   void trackMenusStandAboveTheirPointAndChooseTracks() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     QVERIFY(window->OpenFile(test::FixturePath(QStringLiteral("multitrack.mkv"))));
     GraphManager* graph = window->graph();
     QCOMPARE(graph->GetAudioTrackCount(), 2);
@@ -267,8 +219,7 @@ class MainWindowMenusTest : public QObject {
   }
 
   void darkStyleRowsAndEveryMenuTakesIt() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     chrome::DarkMenuStyle style;
     struct Row {
       QStyle::State state;
@@ -302,7 +253,7 @@ class MainWindowMenusTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture player_;
 };
 
 }  // namespace zelvaro

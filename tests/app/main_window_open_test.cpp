@@ -39,20 +39,15 @@ class MainWindowOpenTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { home_ = std::make_unique<test::TempHome>(); }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void openingFollowsTheListOrReplacesItWithTheSeries() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*player_.home, QStringLiteral("show"),
                          {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4"),
                           QStringLiteral("Show 103.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     PlaylistModel* playlist = window->playlist();
     QVERIFY(playlist);
 
@@ -69,11 +64,6 @@ class MainWindowOpenTest : public QObject {
     QCOMPARE(ItemPaths(*playlist), show);
     QCOMPARE(playlist->CurrentIndex(), 0);
 
-    // A panel's request to play a row (posted, as the list window does).
-    window->PostPlayerMessage(WM_PLAYER_PLAY_INDEX, 2);
-    QTRY_COMPARE_WITH_TIMEOUT(window->graph()->CurrentPath(), show[2], 10000);
-    QCOMPARE(playlist->CurrentIndex(), 2);
-
     // Another folder's file brings its own series.
     const QString clip = test::PatternClip();
     QVERIFY(window->OpenFile(clip));
@@ -82,17 +72,17 @@ class MainWindowOpenTest : public QObject {
     // The list was saved as it was replaced, and comes back at the next start.
     test::StopPlayer();
     window = test::StartPlayer();
+    QVERIFY(window);
     QCOMPARE(ItemPaths(*window->playlist()), ToList(FindSeriesFiles(clip)));
   }
 
   void theEndOfAFileWalksOnPastOneThatFailsThenStops() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*player_.home, QStringLiteral("show"),
                          {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4"),
                           QStringLiteral("Show 103.mp4")},
                          {QStringLiteral("Show 102.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     GraphManager* graph = window->graph();
     QVERIFY(window->OpenFile(show[0]));
     QCOMPARE(window->playlist()->Items().size(), size_t{3});
@@ -111,8 +101,7 @@ class MainWindowOpenTest : public QObject {
   }
 
   void stopKeepsTheInputAndPlayStartsItAgain() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     GraphManager* graph = window->graph();
     QVERIFY(window->OpenFile(test::PatternClip()));
     QVERIFY(graph->Seek(2.0, false, 0));
@@ -130,38 +119,27 @@ class MainWindowOpenTest : public QObject {
     QCOMPARE(test::OsdText(), LanguageManager::GetString(u"OSD.Pause"));
   }
 
-  void spaceOnAnIdlePlayerOpensTheNewestRecentFile() {
+  void recentFilesOpenFromIdleAndMissingOnesAreRemoved() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*player_.home, QStringLiteral("show"),
                          {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     QVERIFY(ActivateAndPressSpace(window));
     QVERIFY(window->graph()->CurrentPath().isEmpty());  // no recent file: nothing
-
     QVERIFY(window->OpenFile(show[0]));
     QVERIFY(window->OpenFile(show[1]));
     test::StopPlayer();
 
+    // Space on an idle player opens the newest.
     window = test::StartPlayer();
     QVERIFY(window);
     QCOMPARE(window->recentFiles(), (std::vector<QString>{show[1], show[0]}));
     QVERIFY(ActivateAndPressSpace(window));
     QCOMPARE(window->graph()->CurrentPath(), show[1]);
     QCOMPARE(window->graph()->State(), 2);
-  }
 
-  void aMissingRecentFileIsRemovedAndReported() {
-    const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
-                         {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
-    QVERIFY(window->OpenFile(show[0]));
-    QVERIFY(window->OpenFile(show[1]));
     window->OnCommand(ID_STOP);
     QVERIFY(QFile::remove(show[0]));
-
     test::MessageBoxAnswerer answerer(QMessageBox::Ok);
     window->OnCommand(ID_RECENT_FIRST + 1);
     QCOMPARE(answerer.answered(), 1);
@@ -169,12 +147,9 @@ class MainWindowOpenTest : public QObject {
     QCOMPARE(answerer.title(), LanguageManager::GetString(u"App.Error"));
     QCOMPARE(window->recentFiles(), std::vector<QString>{show[1]});
     QCOMPARE(PlaylistDatabase::Instance().LoadRecentFiles(), std::vector<QString>{show[1]});
-    // Nothing was opened in its place.
-    QCOMPARE(window->graph()->CurrentPath(), show[1]);
+    QCOMPARE(window->graph()->CurrentPath(), show[1]);  // nothing opened in its place
 
-    // An entry that exists opens; clearing empties the list and the table.
-    window->OnCommand(ID_RECENT_FIRST);
-    QCOMPARE(window->graph()->State(), 2);
+    // Clearing empties the list and the table.
     window->OnCommand(ID_RECENT_CLEAR);
     QVERIFY(window->recentFiles().empty());
     QVERIFY(PlaylistDatabase::Instance().LoadRecentFiles().empty());
@@ -182,14 +157,13 @@ class MainWindowOpenTest : public QObject {
 
   void droppedFilesPlayTheFirstWithItsSeriesAndTheRestAfter() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*player_.home, QStringLiteral("show"),
                          {QStringLiteral("Show 101.mp4"), QStringLiteral("Show 102.mp4"),
                           QStringLiteral("Show 103.mp4")});
     const QStringList extras =
-        test::MakeSeries(*home_, QStringLiteral("extras"),
+        test::MakeSeries(*player_.home, QStringLiteral("extras"),
                          {QStringLiteral("Alpha.mp4"), QStringLiteral("Beta.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
 
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(show[1]), QUrl::fromLocalFile(extras[0]),
@@ -207,8 +181,7 @@ class MainWindowOpenTest : public QObject {
   }
 
   void anAddressOnTheClipboardIsOfferedFirst() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     const QString rtsp = QStringLiteral("rtsp://127.0.0.1:9/none");
     QGuiApplication::clipboard()->setText(rtsp);
 
@@ -264,8 +237,7 @@ class MainWindowOpenTest : public QObject {
   void aSilentAddressHoldsNeitherTheWindowNorItsClosing() {
     test::HttpTestServer server;
     server.Route("/silent.mkv", {.delayMs = 60'000});  // accepts, never answers
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
     int ticks = 0;
     QTimer ticker;
     connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
@@ -308,7 +280,7 @@ class MainWindowOpenTest : public QObject {
     return true;
   }
 
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture player_;
 };
 
 }  // namespace zelvaro

@@ -1,13 +1,10 @@
 // The real window's sizes and fullscreen: the sizing commands on a known
 // picture, fullscreen and back from a normal and a maximized window with
-// tool windows beside it, a docked panel (a stand-in and the real playlist)
-// following the window, the magnet under a real pointer drag, and
-// fullscreen from the command line.
+// tool windows beside it, the real playlist docked and following the
+// window, and the magnet under a real pointer drag.
 
-#include "app/command_line.h"
 #include "app/commands.h"
 #include "app/dpi.h"
-#include "video/video_renderer.h"
 #include "chrome/title_bar_window.h"
 #include "engine/graph_manager.h"
 #include "foundation/language_manager.h"
@@ -16,8 +13,8 @@
 #include "panels/playlist_window.h"
 #include "tests/app/shell_test_support.h"
 #include "tests/app/x_pointer.h"
+#include "video/video_renderer.h"
 
-#include <QDir>
 #include <QScreen>
 
 namespace zelvaro {
@@ -25,14 +22,6 @@ namespace {
 
 constexpr int kWaitMs = 10000;
 const QString kEarlierLine = QStringLiteral("an earlier line");
-
-// 960x540, 10 fps, 3 s, video only.
-QString SizingClip(const test::TempHome& home, const QString& relative) {
-  const QString path = home.WriteFile(relative, QByteArray());
-  QFile::remove(path);
-  return QFile::copy(test::FixturePath(QStringLiteral("sizing_960x540.mkv")), path) ? path
-                                                                                    : QString();
-}
 
 // A stand-in for the playlist panel: an owned tool window.
 QWidget* MakeToolWindow(QWidget* owner, const QRect& rect) {
@@ -68,7 +57,6 @@ class MainWindowSizingTest : public QObject {
     // The picture is 960x540; the frame adds 6 across and 98 down at 1x.
     QTest::newRow("menu 25%") << int(ID_SIZE_FIRST) << 0 << false << QSize(246, 233) << "25%";
     QTest::newRow("menu 150%") << ID_SIZE_FIRST + 4 << 0 << false << QSize(1446, 908) << "150%";
-    QTest::newRow("key 4") << int(ID_KEY_FIT_100) << 0 << false << QSize(966, 638) << "100%";
     // Larger than the 1920x1080 screen.
     QTest::newRow("key 6 from fullscreen")
         << int(ID_KEY_FIT_200) << 0 << true << QSize(1926, 1178) << "200%";
@@ -89,7 +77,8 @@ class MainWindowSizingTest : public QObject {
     QVERIFY(window);
     if (DpiScale != 1.0f) QSKIP("the sizes are worked out at 96 DPI");
     QCOMPARE(window->screen()->availableGeometry().size(), QSize(1920, 1080));
-    QVERIFY(window->OpenFile(SizingClip(*home_, QStringLiteral("clip.mkv"))));
+    // 960x540, 10 fps, 3 s, video only.
+    QVERIFY(window->OpenFile(test::FixturePath(QStringLiteral("sizing_960x540.mkv"))));
     if (rotation != 0) QVERIFY(window->graph()->SetRotation(rotation));
     const QPoint centre = window->geometry().center();
     if (fromFullscreen) {
@@ -184,32 +173,6 @@ class MainWindowSizingTest : public QObject {
     }
   }
 
-  void dockedPanelFollowsTheWindow_data() {
-    QTest::addColumn<bool>("heightSync");
-    QTest::newRow("height kept in step") << true;
-    QTest::newRow("own height") << false;
-  }
-
-  void dockedPanelFollowsTheWindow() {
-    QFETCH(bool, heightSync);
-    if (!ClientPlacesWindows()) QSKIP("the compositor places the windows here");
-    Settings::SetDword(setting::kPlaylistHeightSync, heightSync ? 1 : 0);
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
-    window->setGeometry(400, 200, 800, 600);
-    QTRY_COMPARE(window->geometry(), QRect(400, 200, 800, 600));
-    // Docked on the left, shorter than the window.
-    QWidget* playlist = MakeToolWindow(window, QRect(100, 300, 300, 400));
-    PanelDock* dock = window->AddDockedPanel(playlist, true);
-    QVERIFY(QTest::qWaitForWindowExposed(playlist));
-    dock->UpdateSnapState(window->geometry(), DpiScale);
-    QCOMPARE(dock->SnapSide, 2);
-
-    window->setGeometry(500, 150, 700, 500);
-    const QRect expected = heightSync ? QRect(200, 150, 300, 500) : QRect(200, 300, 300, 400);
-    QTRY_COMPARE_WITH_TIMEOUT(playlist->geometry(), expected, kWaitMs);
-  }
-
   void playlistPanelDockedRightFollowsTheWindow() {
     if (!ClientPlacesWindows()) QSKIP("the compositor places the windows here");
     Settings::SetDword(setting::kPlaylistHeightSync, 1);
@@ -269,24 +232,6 @@ class MainWindowSizingTest : public QObject {
     QCOMPARE(window->y(), 300);
     // The docked panel came along.
     QTRY_COMPARE_WITH_TIMEOUT(playlist->x(), landedX + 800, kWaitMs);
-  }
-
-  void commandLineStartsFullscreenWithTheFilePlaying() {
-    const QString clip = SizingClip(*home_, QStringLiteral("a b/c.mkv"));
-    QVERIFY(!clip.isEmpty());
-    // Started in the clip's parent, as from a terminal: the path is relative.
-    QDir::setCurrent(home_->Root());
-    QVERIFY(Application::Instance().Initialize(ParseArguments(
-        {QStringLiteral("-f"), QStringLiteral("a b/c.mkv"), QStringLiteral("-fullscreen")},
-        QDir::currentPath())));
-    MainWindow* window = Application::Instance().mainWindow();
-    QVERIFY(QTest::qWaitForWindowExposed(window));
-    QVERIFY(window->fullscreen());
-    QTRY_COMPARE_WITH_TIMEOUT(window->geometry(), window->screen()->geometry(), kWaitMs);
-    QCOMPARE(window->graph()->CurrentPath(), clip);
-    QCOMPARE(window->graph()->State(), 2);
-    QTRY_VERIFY_WITH_TIMEOUT(window->graph()->GetPosition() > 0.3, kWaitMs);
-    QCOMPARE(window->videoWindow()->geometry(), window->rect());
   }
 
  private:

@@ -1,5 +1,5 @@
 // The OSD line: replacement, the fade's timing, focus, mouse transparency and
-// that its pixels really land over the video area.
+// its place over the video area.
 
 #include "app/osd_overlay.h"
 
@@ -61,25 +61,14 @@ class OsdOverlayTest : public QObject {
     QCOMPARE(window_->childAt(video_->mapTo(window_.get(), QPoint(30, 30))), video_);
   }
 
-  void drawsWhiteTextOverTheVideoAndFollowsItsSize() {
+  // Its pixels on a real picture are read back in main_window_workers_test.
+  void followsTheVideosSize() {
     ShowOsd(QStringLiteral("HHHHHHHH"), 2000);
-    QTRY_VERIFY(HasWhiteNearTopLeft());
     window_->resize(window_->width() + 200, window_->height() + 100);
     QTRY_COMPARE(overlay_->geometry(), video_->rect());
   }
 
  private:
-  bool HasWhiteNearTopLeft() {
-    const QImage shot = video_->grab().toImage();
-    for (int y = 10; y < 50; ++y) {
-      for (int x = 15; x < 120; ++x) {
-        const QColor c = shot.pixelColor(x, y);
-        if (c.red() > 230 && c.green() > 230 && c.blue() > 230) return true;
-      }
-    }
-    return false;
-  }
-
   std::unique_ptr<QWidget> window_;
   QLineEdit* edit_ = nullptr;
   QWidget* video_ = nullptr;

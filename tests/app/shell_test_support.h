@@ -1,11 +1,12 @@
 #pragma once
 // What the main window's tests share: a private home with the player started
-// in it, a folder holding a series of real clips, and an answerer for the
-// message boxes the window runs modally.
+// in it (PlayerFixture), a folder holding a series of real clips, and
+// answerers for the message boxes and dialogs the window runs modally.
 
 #include "app/application.h"
 #include "app/main_window.h"
 #include "app/osd_overlay.h"
+#include "engine/graph_manager.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/support/temp_home.h"
@@ -78,6 +79,27 @@ inline bool ActivatePlayer(MainWindow* window) {
 inline void StopPlayer() {
   Application::Instance().Shutdown();
 }
+
+// A private home with the player started in it, one per test function:
+// init() calls Start(), cleanup() calls Stop().
+struct PlayerFixture {
+  bool Start() {
+    home = std::make_unique<TempHome>();
+    window = StartPlayer();
+    graph = window != nullptr ? window->graph() : nullptr;
+    return window != nullptr;
+  }
+  void Stop() {
+    StopPlayer();
+    home.reset();
+    window = nullptr;
+    graph = nullptr;
+  }
+
+  std::unique_ptr<TempHome> home;
+  MainWindow* window = nullptr;
+  GraphManager* graph = nullptr;
+};
 
 inline QString OsdText() {
   OsdOverlay* overlay = CurrentOsdOverlay();

@@ -1,7 +1,8 @@
 #pragma once
-// Real pointer input through the X server's test extension, for tests where
-// what matters is which window the server routes an event to (native windows
-// stacked over each other), not what Qt would do with a synthetic event.
+// Real pointer and key input through the X server's test extension, for
+// tests where what matters is which window the server routes an event to
+// (native windows stacked over each other, popups grabbing the input), not
+// what Qt would do with a synthetic event.
 
 #include <QGuiApplication>
 #include <QPoint>
@@ -25,11 +26,18 @@ inline void XMovePointer(Display* display, QPoint global) {
   XFlush(display);
 }
 
-// A left click at a global point: move, press, release.
-inline void XClick(Display* display, QPoint global) {
+// A click at a global point: move, press, release (1 left, 3 right).
+inline void XClick(Display* display, QPoint global, unsigned button = 1) {
   XMovePointer(display, global);
-  XTestFakeButtonEvent(display, 1, True, CurrentTime);
-  XTestFakeButtonEvent(display, 1, False, CurrentTime);
+  XTestFakeButtonEvent(display, button, True, CurrentTime);
+  XTestFakeButtonEvent(display, button, False, CurrentTime);
+  XFlush(display);
+}
+
+inline void XKey(Display* display, KeySym symbol) {
+  const KeyCode code = XKeysymToKeycode(display, symbol);
+  XTestFakeKeyEvent(display, code, True, CurrentTime);
+  XTestFakeKeyEvent(display, code, False, CurrentTime);
   XFlush(display);
 }
 

@@ -1,12 +1,14 @@
 // The title bar as the user meets it: buttons that act on release over
 // themselves, maximising and the drag back out of it, the title line, the
-// tooltips, and the clicks it hands to the main window.
+// tooltips, and the clicks it hands to the main window. With the argument
+// "golden", compares the painted bar with its golden images instead.
 
 #include "app/commands.h"
 #include "app/dpi.h"
 #include "chrome/chrome_paint.h"
 #include "chrome/tooltip_window.h"
-#include "tests/chrome/title_bar_test_support.h"
+#include "tests/chrome/chrome_test_support.h"
+#include "tests/support/golden_image.h"
 #include "tests/support/temp_home.h"
 
 #include <QApplication>
@@ -67,8 +69,8 @@ class TitleBarWindowTest : public QObject {
         {kTitleBarFullscreen,
          [](TitleBarFixture& f, QRect) { return f.host.fullscreenToggles == 1; }},
         {kTitleBarClose, [](TitleBarFixture& f, QRect) { return !f.main->isVisible(); }},
-        {kTitleBarSettings,
-         [](TitleBarFixture& f, QRect) { return f.host.commands == QList<int>{ID_SETTINGS}; }},
+        {kTitleBarSettings, [](TitleBarFixture& f,
+                               QRect) { return f.host.commands == std::vector<int>{ID_SETTINGS}; }},
     };
     for (const Case& c : cases) {
       TitleBarFixture f(800);
@@ -82,7 +84,7 @@ class TitleBarWindowTest : public QObject {
       QTest::mouseRelease(f.bar, Qt::LeftButton, {}, neighbour);
       QCOMPARE(f.bar->PressedButton(), -1);
       QVERIFY2(!c.acted(f, before), qPrintable(QString::number(c.button)));
-      QVERIFY(f.host.commands.isEmpty() && f.host.fullscreenToggles == 0);
+      QVERIFY(f.host.commands.empty() && f.host.fullscreenToggles == 0);
 
       QTest::mouseClick(f.bar, Qt::LeftButton, {}, on);
       QTRY_VERIFY2(c.acted(f, before), qPrintable(QString::number(c.button)));
@@ -103,7 +105,7 @@ class TitleBarWindowTest : public QObject {
 
     // The first click of a double click on a button is the button's own.
     DoubleClick(f.bar, Centre(f.bar, kTitleBarSettings));
-    QCOMPARE(f.host.commands, QList<int>{ID_SETTINGS});
+    QCOMPARE(f.host.commands, std::vector<int>{ID_SETTINGS});
     QVERIFY(!f.main->isMaximized());
 
     // In full screen both the double click and the maximise button leave it.
@@ -169,19 +171,15 @@ class TitleBarWindowTest : public QObject {
     TitleBarFixture f(800);
     QVERIFY(Shown(f));
     const TooltipWindow* tip = f.bar->Tooltip();
-
     QTest::mouseMove(f.bar, Centre(f.bar, kTitleBarPin));
     QTRY_VERIFY(tip->IsShown());
     QCOMPARE(tip->Text(), LanguageManager::GetString(u"TitleBar.AlwaysOnTop"));
     QTest::mouseMove(f.bar, Centre(f.bar, kTitleBarMaximize));
     QTRY_COMPARE(tip->Text(), LanguageManager::GetString(u"TitleBar.Maximize"));
-
+    // A press hides it.
     QTest::mousePress(f.bar, Qt::LeftButton, {}, Centre(f.bar, kTitleBarMaximize));
     QVERIFY(!tip->IsShown());
     QTest::mouseRelease(f.bar, Qt::LeftButton, {}, kEmpty);
-    QTest::mouseMove(f.bar, kEmpty + QPoint(1, 0));
-    QTRY_COMPARE(f.bar->HoverButton(), -1);
-    QVERIFY(!tip->IsShown());
 
     f.bar->SetFullscreen(true);
     QTest::mouseMove(f.bar, Centre(f.bar, kTitleBarClose));
@@ -212,9 +210,9 @@ class TitleBarWindowTest : public QObject {
     TitleBarFixture f(800);
     QVERIFY(Shown(f));
     QTest::mouseClick(f.bar, Qt::RightButton, {}, kEmpty);
-    QCOMPARE(f.host.menus, QList<QPoint>{f.bar->mapToGlobal(kEmpty)});
+    QCOMPARE(f.host.contextMenus, std::vector<QPoint>{f.bar->mapToGlobal(kEmpty)});
     QTest::mouseClick(f.bar, Qt::RightButton, {}, Centre(f.bar, kTitleBarClose));
-    QCOMPARE(f.host.menus.size(), 1);
+    QCOMPARE(f.host.contextMenus.size(), size_t{1});
     QVERIFY(f.main->isVisible());
     QTest::mouseClick(f.bar, Qt::MiddleButton, {}, kEmpty);
     QCOMPARE(f.host.fullscreenToggles, 1);
@@ -230,7 +228,50 @@ class TitleBarWindowTest : public QObject {
   test::TempHome home_;
 };
 
+// The look at 1x and 2x: logo, a media title, the pin on.
+class TitleBarGoldenTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() { test::LoadEnglish(); }
+  void cleanup() { DpiScale = 1.0f; }
+
+  void looksAsDesigned_data() {
+    QTest::addColumn<float>("scale");
+    QTest::addColumn<QString>("golden");
+    QTest::newRow("1x") << 1.0f << QStringLiteral("chrome/golden/title_bar_1x.png");
+    QTest::newRow("2x") << 2.0f << QStringLiteral("chrome/golden/title_bar_2x.png");
+  }
+  void looksAsDesigned() {
+    QFETCH(float, scale);
+    QFETCH(QString, golden);
+    DpiScale = scale;
+    TitleBarFixture f(Scaled(800));
+    f.bar->SetTitles(QStringLiteral("Harbour at dusk (2019).mkv"), QString());
+    f.bar->SetAlwaysOnTop(true);
+    const QImage shot = f.bar->grab().toImage();
+    QCOMPARE(shot.size(), QSize(Scaled(800), Scaled(32)));
+    QString why;
+    QVERIFY2(test::MatchesGolden(shot, golden, &why), qPrintable(why));
+  }
+
+ private:
+  test::TempHome home_;
+};
+
 }  // namespace zelvaro::chrome
 
-QTEST_MAIN(zelvaro::chrome::TitleBarWindowTest)
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  app.setAttribute(Qt::AA_Use96Dpi, true);  // as QTEST_MAIN sets it
+  QStringList args = app.arguments();
+  if (args.size() > 1 && args[1] == QLatin1String("golden")) {
+    args.removeAt(1);
+    zelvaro::chrome::TitleBarGoldenTest golden;
+    return QTest::qExec(&golden, args);
+  }
+  zelvaro::chrome::TitleBarWindowTest behaviour;
+  return QTest::qExec(&behaviour, args);
+}
+
 #include "title_bar_window_test.moc"

@@ -1,3 +1,6 @@
+// The toolbar's geometry without a window: which buttons a width leaves room
+// for and where they sit, the seek bar's and the slider's zones, the chips.
+
 #include "chrome/toolbar_geometry.h"
 #include "chrome/toolbar_chips.h"
 
@@ -47,6 +50,7 @@ TEST(ToolbarGeometryTest, ButtonsShowFromBarePixelWidthsAtEveryScale) {
   }
 }
 
+// Exact to the pixel: the golden images let a button one pixel off pass.
 TEST(ToolbarGeometryTest, ButtonsPackIntoSlots) {
   struct Case {
     float scale;

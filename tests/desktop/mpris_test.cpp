@@ -93,18 +93,13 @@ class MprisTest : public QObject {
   Q_OBJECT
  private slots:
   void init() {
-    home_ = std::make_unique<test::TempHome>();
-    episodes_ = test::MakeSeries(*home_, QStringLiteral("series"), kEpisodes);
-    window_ = test::StartPlayer();
-    QVERIFY(window_ != nullptr);
+    QVERIFY(player_.Start());
+    episodes_ = test::MakeSeries(*player_.home, QStringLiteral("series"), kEpisodes);
     QVERIFY(window_->OpenFile(episodes_.front()));
     QTRY_VERIFY_WITH_TIMEOUT(window_->graph()->GetPosition() > 0.2, kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(window_->playlist()->Items().size(), size_t{2}, kWaitMs);
   }
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void cleanup() { player_.Stop(); }
 
   void PlayerctlReadsAndDrivesThePlayer() {
     if (QStandardPaths::findExecutable(QStringLiteral("playerctl")).isEmpty()) {
@@ -193,9 +188,9 @@ class MprisTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture player_;
+  MainWindow*& window_ = player_.window;
   QStringList episodes_;
-  MainWindow* window_ = nullptr;
 };
 
 }  // namespace
