@@ -49,7 +49,8 @@ hevc="$build/bench-media/playback-2160p30-hevc-10s.mkv"
 cut_input="$build/bench-media/thumbnails-1080p-10min.ts"
 [[ -f "$cut_input" ]] || bash "$here/thumbnail_media.sh" "$cut_input"
 work=$(mktemp -d /tmp/zelvaro-peers.XXXXXX)
-trap 'rm -rf "$work"' EXIT
+# ZELVARO_PEERS_KEEP=1 keeps every run's output there, for a look afterwards.
+[[ -n "${ZELVARO_PEERS_KEEP:-}" ]] && echo "Outputs kept in $work" >&2 || trap 'rm -rf "$work"' EXIT
 # Peers and Zelvaro alike see a private home: no user configuration.
 export XDG_CONFIG_HOME="$work/config" XDG_DATA_HOME="$work/data"
 mkdir -p "$XDG_CONFIG_HOME" "$XDG_DATA_HOME"
