@@ -61,8 +61,8 @@ command -v mpv >/dev/null && have_mpv=1
 
 # The X server's CPU seconds so far, when it is an Xvfb of ours; "" otherwise.
 xvfb_pid=${ZELVARO_XVFB_PID:-}
-for proc in /proc/[0-9]*; do
-  if [[ "$(tr '\0' ' ' <"$proc/cmdline" 2>/dev/null)" == "Xvfb ${DISPLAY} "* ]]; then
+[[ -n "$xvfb_pid" ]] || for proc in /proc/[0-9]*; do
+  if [[ "$(tr '\0' ' ' 2>/dev/null <"$proc/cmdline")" == "Xvfb ${DISPLAY} "* ]]; then
     xvfb_pid=${proc#/proc/}
   fi
 done
@@ -140,6 +140,8 @@ run launch "$bin/bench_playback_launch" "${launch_args[@]}" "$media"
 
 # Measured once each: what they report is not CPU time.
 RUN_REPEAT=1 run hevc_painter "$bin/bench_playback_window" --path painter --size 3840x2160 "$hevc"
+# Whether this machine decodes it in real time at all: the bare decode's wall time.
+RUN_REPEAT=1 run ffmpeg_hevc ffmpeg -nostdin -hide_banner -loglevel error -i "$hevc" -f null -
 # The real player's peak resident memory over 12 s of the 1080p clip (it is
 # ended by a signal, which GNU time still reports), beside mpv's.
 RUN_REPEAT=1 run rss_zelvaro timeout -k 5 12 "$bin/zelvaro" "$media"
@@ -157,7 +159,7 @@ ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a == "" || b == "" || b + 0 == 0)
 verdict() {  # value limit
   awk -v v="$1" -v l="$2" 'BEGIN { if (v == "-" || v == "") print "n/a"; else print (v + 0 <= l + 0 ? "PASS" : "FAIL") }'
 }
-row() { printf '| %-34s | %9s | %-26s | %9s | %5s | %-15s | %-6s |\n' "$@"; }
+row() { printf '| %-38s | %9s | %-26s | %9s | %5s | %-15s | %-6s |\n' "$@"; }
 na() { [[ -n "$1" ]] && echo "$1" || echo "-"; }
 
 gl_drops=$(worst window_opengl frames_dropped)
@@ -190,7 +192,7 @@ echo
 echo "Zelvaro playback beside its peers: 20 s of 1080p30 H.264, $(nproc) cores, OpenGL: ${gl_renderer:-?}"
 echo
 row "Figure" "Zelvaro" "Peer" "Peer" "Ratio" "Target" "Result"
-row "----------------------------------" "---------" "--------------------------" "---------" "-----" "---------------" "------"
+row "--------------------------------------" "---------" "--------------------------" "---------" "-----" "---------------" "------"
 r=$(ratio "$first" "$mpv_first")
 row "Launch to first frame shown, s" "$(na "$first")" "mpv --frames=1 --vo=gpu" "$(na "$mpv_first")" "$r" "<= 1.00 x peer" "$(verdict "$r" 1.00)"
 # The OpenGL row: the process and the X server together, per frame shown,
@@ -241,18 +243,25 @@ row "Audio only, RSS, MB" "$(na "$audio_rss")" "mpv --no-video (peak)" "$(na "$r
   "$(ratio "$audio_rss" "$rss_mpv_audio")" "<= 80 MB" "$(verdict "$(na "$audio_rss")" 80)"
 
 # Lines the other benchmarks print with their own targets, "... target T met".
-own_rows() {  # NAME LABEL-PREFIX
-  sed -n 's/^ *\(.*[^ ]\) \{1,\}\([-0-9.]\{1,\}\) *\([a-z]*\) \{1,\}target \(.*[^ ]\) \{1,\}\(met\|NOT MET\)$/\1|\2 \3|\4|\5/p' \
-    "$work/$1.out" | while IFS='|' read -r what value target met; do
-    [[ "$target" == "-" ]] && continue
-    row "$2${what:0:$((34 - ${#2}))}" "$value" "" "" "" "${target:0:15}" "$([[ "$met" == met ]] && echo PASS || echo FAIL)"
-  done
-}
-own_rows thumbnails "Preview: "
+declare -A preview_label=(
+  ["request to frame ready, median"]="Preview, request to frame, median"
+  ["request to frame ready, p95"]="Preview, request to frame, p95"
+  ["GetFrame on the calling thread, longest"]="Preview, GetFrame wall, longest"
+  ["GetFrame CPU time on the calling thread, longest"]="Preview, GetFrame CPU, longest"
+  ["interface thread stall beyond a tick, max"]="Preview sweep, longest stall"
+  ["100 frames tried, all decoded ones ready"]="Preview cache, 100 frames"
+)
+sed -n 's/^ *\(.*[^ ]\) \{1,\}\([-0-9.]\{1,\}\) *\([a-z]*\) \{1,\}target \(.*[^ ]\) \{1,\}\(met\|NOT MET\)$/\1|\2|\3|\4|\5/p' \
+  "$work/thumbnails.out" | while IFS='|' read -r what value unit target met; do
+  [[ -n "${preview_label[$what]:-}" ]] || continue
+  row "$(printf '%.34s' "${preview_label[$what]}"), $unit" "$value" "" "" "" "${target:0:15}" \
+    "$([[ "$met" == met ]] && echo PASS || echo FAIL)"
+done
 # The playlist panel: each step's worst thread CPU against a frame's 16 ms.
 sed -n 's/^\(.*[^ ]\) \{1,\}wall median.*thread CPU median *[0-9.]* worst *\([0-9.]*\) ms.*: \(pass\|FAIL\)$/\1|\2|\3/p' \
   "$work/playlist.out" | while IFS='|' read -r what worst verdict; do
-  row "100k list: ${what:0:23}, ms" "$worst" "" "" "" "< 16 ms CPU" "$([[ "$verdict" == pass ]] && echo PASS || echo FAIL)"
+  row "$(printf '%.34s' "100k list, $what"), ms" "$worst" "" "" "" "< 16 ms CPU" \
+    "$([[ "$verdict" == pass ]] && echo PASS || echo FAIL)"
 done
 cut_alone=$(sed -n 's/^ *ffmpeg alone *\([0-9.]*\).*/\1/p' "$work/clip_cut.out")
 cut_ours=$(sed -n "s/^ *the player's cut *\([0-9.]*\).*/\1/p" "$work/clip_cut.out")
@@ -279,6 +288,8 @@ printf '  %-44s %6s   X server %s\n' "Zelvaro, QPainter path" "${cpu[window_pain
 printf '  %-44s %6s\n' "Zelvaro, engine alone" "${cpu[engine]}"
 printf '  %-44s %6s   (%s of %s frames dropped)\n' "Zelvaro, 2160p30 HEVC, QPainter path (10 s)" \
   "${cpu[hevc_painter]}" "$(na "$hevc_drops")" "$(na "$(figure hevc_painter frames_expected)")"
+printf '  %-44s %6s   (%s s wall for 10 s of video)\n' "ffmpeg -f null, the same 2160p30 HEVC clip" \
+  "${cpu[ffmpeg_hevc]}" "$(tail -1 "$work/ffmpeg_hevc.time" | awk '{ print $3 }')"
 printf '  %-44s %6s   (%s x ffmpeg)\n' "Zelvaro, engine alone, decoder on 1 thread" "${cpu[engine_1thread]}" \
   "$(ratio "${cpu[engine_1thread]}" "$bare")"
 printf '  %-44s %6s   (%s x ffmpeg, %s dropped)\n' "Zelvaro, QPainter path, decoder on 1 thread" \
