@@ -4,7 +4,7 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all setup configure build test demo bench fuzz package clean format
+.PHONY: all setup configure build test demo bench bench-report fuzz package clean format
 
 all: build
 
@@ -30,6 +30,11 @@ demo: build
 
 bench: build
 	@bash bench/run.sh $(BUILD)
+
+# Every performance target beside the peers (ffmpeg, mpv), one table, each
+# run once (REPEAT=2 for the cheaper of two): about ten minutes on 2 cores.
+bench-report:
+	@REPEAT=$${REPEAT:-1} bash bench/playback_vs_peers.sh $(BUILD)
 
 # libFuzzer targets with AddressSanitizer, in their own build tree;
 # `bash bench/fuzz.sh` runs each of them.

@@ -104,7 +104,11 @@ inline int ChromaTerm(const FixedMatrix& fixed, int c, int u, int v) {
 }
 
 // One row of the picture: luma, and the chroma row it shares with its
-// neighbour (v null for NV12, whose u row interleaves both).
+// neighbour (v null for NV12, whose u row interleaves both). Each row
+// computes its chroma terms again: converting the two rows in one pass, the
+// terms computed once, measured no faster at 1080p (about 0.6 ms a frame
+// either way), since the loop waits on memory, not arithmetic; streaming
+// stores past the cache measured slower.
 struct RowPlanes {
   const uint8_t* y;
   const uint8_t* u;
