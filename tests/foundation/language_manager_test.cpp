@@ -160,6 +160,15 @@ TEST_F(LanguageManagerTest, SwitchingLanguageReloadsSavesAndRebuildsTheFilters) 
             QStringLiteral("FileDialog.AllMedia"));
 }
 
+TEST_F(LanguageManagerTest, OfTwoFilesWithOneIdTheFirstListedWins) {
+  AddFile(QStringLiteral("a.ini"), LanguageFile("en", "English A", "[OSD]\nPlay=A\n"));
+  AddFile(QStringLiteral("b.ini"), LanguageFile("en", "English B", "[OSD]\nPlay=B\n"));
+  Manager().Initialize(BaseDir(), QLocale::English);
+  const auto languages = Manager().GetLanguages();
+  ASSERT_EQ(languages.size(), 2u);
+  EXPECT_EQ(LanguageManager::GetString(u"OSD.Play"), languages.front().Name.right(1));
+}
+
 // --- The shipped language files -------------------------------------------
 
 QString ShippedLanguageDir() {

@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -366,6 +367,26 @@ TEST_F(UpdateCheckTest, SecondCheckWaitsForTheFirst) {
   EXPECT_EQ(ui->requestsSeen, (std::vector<int>{1, 2}));
   lock.unlock();
   checker.Shutdown();
+}
+
+// A check hanging on the server is left behind at once when the player closes.
+TEST_F(UpdateCheckTest, CancelEndsAHangingCheck) {
+  server_.Route(kCheckPath, {.body = "{", .bodySize = 1ll << 30, .trickleBytesPerSecond = 10});
+  auto cancel = std::make_shared<std::atomic<bool>>(false);
+  UpdateEnvironment environment;
+  environment.ui = ui_;
+  environment.cancel = cancel;
+  std::promise<void> done;
+  std::thread thread([&] {
+    UpdateCheck(std::move(environment)).Run(false);
+    done.set_value();
+  });
+  QDeadlineTimer deadline(10000);
+  while (server_.RequestCount() == 0 && !deadline.hasExpired()) std::this_thread::yield();
+  cancel->store(true);
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(1)), std::future_status::ready);
+  thread.join();
+  EXPECT_TRUE(ui_->messages.empty());
 }
 
 }  // namespace
