@@ -100,25 +100,6 @@ TEST(ParseFfmetadataLyrics, ReadsTheLyricsKeyWithItsEscapes) {
   }
 }
 
-TEST(ReadEmbeddedLyrics, ReadsTheTagOfRealFiles) {
-  QTemporaryDir dir;
-  const QString mp3 = MakeTaggedAudio(dir, QStringLiteral("tagged.mp3"),
-                                      QStringLiteral("[00:01.00]one\n[00:02.00]two"));
-  const QString m4a =
-      MakeTaggedAudio(dir, QStringLiteral("plain.m4a"), QStringLiteral("first\nsecond"));
-  ASSERT_FALSE(mp3.isEmpty());
-  ASSERT_FALSE(m4a.isEmpty());
-  LyricsData data;
-  ASSERT_TRUE(ReadEmbeddedLyrics(mp3, &data));
-  EXPECT_TRUE(data.synced);
-  EXPECT_EQ(LinesOf(data),
-            (std::vector<std::pair<int64_t, QString>>{{1000, u"one"_qs}, {2000, u"two"_qs}}));
-  ASSERT_TRUE(ReadEmbeddedLyrics(m4a, &data));
-  EXPECT_FALSE(data.synced);
-  EXPECT_EQ(data.lines.size(), 2u);
-  EXPECT_FALSE(ReadEmbeddedLyrics(dir.filePath(QStringLiteral("missing.mp3")), &data));
-}
-
 // Short limits so the slow cases end quickly.
 LrclibOptions TestOptions(const HttpTestServer& server) {
   LrclibOptions options;
@@ -208,6 +189,8 @@ TEST(SearchLyrics, SideFileThenTagThenService) {
       MakeTaggedAudio(dir, QStringLiteral("untimed.m4a"), QStringLiteral("plain words"));
   ASSERT_FALSE(tagged.isEmpty());
   ASSERT_FALSE(untimed.isEmpty());
+  LyricsData none;
+  EXPECT_FALSE(ReadEmbeddedLyrics(dir.filePath(QStringLiteral("missing.mp3")), &none));
   std::atomic<bool> cancel{false};
   auto search = [&](const QString& path, std::vector<QString>* early) {
     LyricsRequest request;

@@ -18,28 +18,17 @@ namespace {
 constexpr size_t kMaxRequestHeaderBytes = 64 * 1024;
 
 QByteArray ReasonPhrase(int status) {
-  switch (status) {
-    case 200:
-      return "OK";
-    case 204:
-      return "No Content";
-    case 206:
-      return "Partial Content";
-    case 301:
-      return "Moved Permanently";
-    case 302:
-      return "Found";
-    case 400:
-      return "Bad Request";
-    case 404:
-      return "Not Found";
-    case 500:
-      return "Internal Server Error";
-    case 503:
-      return "Service Unavailable";
-    default:
-      return "Status";
-  }
+  static const std::map<int, QByteArray> kPhrases = {{200, "OK"},
+                                                     {204, "No Content"},
+                                                     {206, "Partial Content"},
+                                                     {301, "Moved Permanently"},
+                                                     {302, "Found"},
+                                                     {400, "Bad Request"},
+                                                     {404, "Not Found"},
+                                                     {500, "Internal Server Error"},
+                                                     {503, "Service Unavailable"}};
+  const auto it = kPhrases.find(status);
+  return it == kPhrases.end() ? QByteArray("Status") : it->second;
 }
 
 }  // namespace

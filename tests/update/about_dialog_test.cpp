@@ -31,46 +31,30 @@ class AboutDialogTest : public QObject {
  private slots:
   void initTestCase() { LanguageManager::Instance().Initialize(); }
 
-  void versionText_data() {
-    QTest::addColumn<uint>("appver");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("unset") << 0u << "Version 1.0";
-    QTest::newRow("major only") << 20000u << "Version 2.0";
-    QTest::newRow("patch") << 10001u << "Version 1.0.1";
-    QTest::newRow("all three") << 10203u << "Version 1.2.3";
-    QTest::newRow("no patch") << 10200u << "Version 1.2";
-  }
-  void versionText() {
-    QFETCH(uint, appver);
-    QFETCH(QString, text);
-    QCOMPARE(AboutDialog::VersionText(appver), text);
-  }
+  void versionAndLicenceTexts() {
+    const std::pair<uint, const char*> versions[] = {{0, "Version 1.0"},
+                                                     {20000, "Version 2.0"},
+                                                     {10001, "Version 1.0.1"},
+                                                     {10203, "Version 1.2.3"}};
+    for (const auto& [appver, text] : versions) QCOMPARE(AboutDialog::VersionText(appver), text);
 
-  void readLicenseFile_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
     const QString text = QStringLiteral("Lizenz é");
     QByteArray utf16le("\xFF\xFE", 2);
     for (QChar c : text) utf16le.append(char(c.unicode() & 0xFF)).append(char(c.unicode() >> 8));
-    QByteArray utf16be("\xFE\xFF", 2);
-    for (QChar c : text) utf16be.append(char(c.unicode() >> 8)).append(char(c.unicode() & 0xFF));
-    QTest::newRow("utf-8") << text.toUtf8() << text;
-    QTest::newRow("utf-8 bom") << QByteArray("\xEF\xBB\xBF") + text.toUtf8() << text;
-    QTest::newRow("utf-16 le") << utf16le << text;
-    // Big endian has no reader of its own: its bytes go through UTF-8.
-    QTest::newRow("utf-16 be") << utf16be << QString::fromUtf8(utf16be);
-    QTest::newRow("empty") << QByteArray() << QString();
-  }
-  void readLicenseFile() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, text);
+    const std::pair<QByteArray, QString> files[] = {
+        {text.toUtf8(), text},
+        {QByteArray("\xEF\xBB\xBF") + text.toUtf8(), text},
+        {utf16le, text},
+        {QByteArray(), QString()},
+    };
     test::TempHome home;
-    QCOMPARE(AboutDialog::ReadLicenseFile(home.WriteFile(QStringLiteral("L.txt"), bytes)), text);
+    for (const auto& [bytes, expected] : files) {
+      QCOMPARE(AboutDialog::ReadLicenseFile(home.WriteFile(QStringLiteral("L.txt"), bytes)),
+               expected);
+    }
     QCOMPARE(AboutDialog::ReadLicenseFile(home.Root() + QStringLiteral("/missing.txt")), QString());
-  }
 
-  void updateButtonWithoutEndpointSaysSo() {
-    test::TempHome home;
+    // Without an endpoint the button says so.
     AboutDialog dialog;
     dialog.show();
     QTest::mouseClick(dialog.UpdateButton(), Qt::LeftButton);
