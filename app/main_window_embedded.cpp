@@ -19,8 +19,12 @@ constexpr uint32_t kGraphRoute = 1;
 
 void MainWindow::SelectEmbeddedSubtitle(int index, bool announce) {
   if (!graph_) return;
-  if (Settings::GetDwordOr(setting::kEmbeddedSubtitleMethod, 0) == kGraphRoute &&
-      graph_->GrabEmbeddedSubtitle(index)) {
+  // Pictures take the graph route whatever the setting: the extraction
+  // writes a text file, which has no room for them.
+  const bool graphRoute =
+      Settings::GetDwordOr(setting::kEmbeddedSubtitleMethod, 0) == kGraphRoute ||
+      graph_->IsBitmapEmbeddedSubtitle(index);
+  if (graphRoute && graph_->GrabEmbeddedSubtitle(index)) {
     ShowEmbeddedSubtitle(index, announce);
     return;
   }

@@ -2,6 +2,8 @@
 // route (the splitter's samples into libass) and the external route (ffmpeg
 // extracts the stream into a temporary file).
 
+#include "engine/bitmap_subtitle_decoder.h"
+#include "engine/embedded_text_preload.h"
 #include "engine/external_tool.h"
 #include "engine/graph_manager.h"
 #include "engine/playback_graph.h"
@@ -15,7 +17,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <mutex>
+#include <set>
 #include <string_view>
+#include <tuple>
 
 namespace zelvaro {
 namespace {
@@ -28,6 +33,39 @@ std::string_view View(const QByteArray& bytes) {
   return {bytes.constData(), static_cast<size_t>(bytes.size())};
 }
 
+// One text stream on its way into libass, from the graph's demuxer and from
+// the reader ahead, which see the same cues: each goes in once.
+class TextFeed {
+ public:
+  TextFeed(SubtitleManager* manager, uint64_t token, EmbeddedSubtitleCodec codec)
+      : manager_(manager), token_(token), codec_(codec) {}
+
+  void Add(const EmbeddedSubtitleSample& sample) {
+    const int64_t startMs = sample.start100ns / 10'000;
+    const int64_t durationMs =
+        sample.duration100ns >= 0 ? sample.duration100ns / 10'000 : kUnknownDurationMs;
+    // An ASS line carries its read order, by which libass knows it again.
+    if (codec_ == EmbeddedSubtitleCodec::kAss) {
+      manager_->AddStreamEvent(token_, std::string(View(sample.data)), startMs, durationMs);
+      return;
+    }
+    const bool markup = codec_ == EmbeddedSubtitleCodec::kPangoMarkup && !sample.plainText;
+    std::string text = EmbeddedTextToAss(View(sample.data), markup);
+    if (text.empty()) return;  // the gap between two cues of some muxers
+    std::lock_guard lock(mutex_);
+    if (!seen_.emplace(startMs, durationMs, text).second) return;
+    manager_->AddStreamEvent(token_, AssStreamChunk(++readOrder_, text), startMs, durationMs);
+  }
+
+ private:
+  SubtitleManager* manager_;
+  uint64_t token_;
+  EmbeddedSubtitleCodec codec_;
+  std::mutex mutex_;
+  int readOrder_ = 0;
+  std::set<std::tuple<int64_t, int64_t, std::string>> seen_;
+};
+
 }  // namespace
 
 bool GraphManager::GrabEmbeddedSubtitle(int index) {
@@ -37,11 +75,10 @@ bool GraphManager::GrabEmbeddedSubtitle(int index) {
   if (!streamId) return false;
   SubtitleStreamTap& tap = graph_->SubtitleTap();
   const std::optional<EmbeddedSubtitleStream> stream = tap.Info(*streamId);
-  if (!stream || IsBitmapSubtitle(stream->codec) ||
-      stream->codec == EmbeddedSubtitleCodec::kUnknown) {
-    return false;
-  }
+  if (!stream || stream->codec == EmbeddedSubtitleCodec::kUnknown) return false;
+  if (IsBitmapSubtitle(stream->codec)) return GrabBitmapSubtitle(index, *streamId, *stream);
   tap.Deselect();
+  textPreload_.reset();
   EnsureSubtitleManager();
   SubtitleManager* manager = subtitleManager_.get();
   const EmbeddedSubtitleCodec codec = stream->codec;
@@ -50,30 +87,55 @@ bool GraphManager::GrabEmbeddedSubtitle(int index) {
                                                    ass ? std::string(View(stream->header)) : "");
   if (token == 0) return false;
   Trace("Embedded subtitle %d from the graph (codec %d)", index, static_cast<int>(codec));
-  // Runs on streaming threads, one call at a time; the tap is deselected
-  // (ClearSubtitles) before the manager could go.
-  int readOrder = 0;
-  tap.Select(*streamId, [manager, token, codec, ass,
-                         readOrder](const EmbeddedSubtitleSample& sample) mutable {
-    const int64_t startMs = sample.start100ns / 10'000;
-    const int64_t durationMs =
-        sample.duration100ns >= 0 ? sample.duration100ns / 10'000 : kUnknownDurationMs;
-    if (ass) {
-      manager->AddStreamEvent(token, std::string(View(sample.data)), startMs, durationMs);
-      return;
-    }
-    const std::string text =
-        EmbeddedTextToAss(View(sample.data), codec == EmbeddedSubtitleCodec::kPangoMarkup);
-    if (text.empty()) return;  // the gap between two cues of some muxers
-    manager->AddStreamEvent(token, AssStreamChunk(++readOrder, text), startMs, durationMs);
-  });
+  // Fed from streaming threads and the reader ahead; the tap is deselected
+  // and the reader stopped (ClearSubtitles) before the manager could go.
+  auto feed = std::make_shared<TextFeed>(manager, token, codec);
+  tap.Select(*streamId, [feed](const EmbeddedSubtitleSample& sample) { feed->Add(sample); });
+  if (!isUrlInput_) {
+    textPreload_ = EmbeddedTextPreload::Start(
+        currentPath_, index, [feed](const EmbeddedSubtitleSample& sample) { feed->Add(sample); });
+  }
   RedrawVideo();
   return true;
+}
+
+bool GraphManager::GrabBitmapSubtitle(int index, const std::string& streamId,
+                                      const EmbeddedSubtitleStream& stream) {
+  std::unique_ptr<BitmapSubtitleDecoder> decoder =
+      BitmapSubtitleDecoder::Create(stream.codec, stream.header);
+  if (!decoder) return false;
+  SubtitleStreamTap& tap = graph_->SubtitleTap();
+  tap.Deselect();
+  textPreload_.reset();
+  EnsureSubtitleManager();
+  SubtitleManager* manager = subtitleManager_.get();
+  const uint64_t token = manager->StartBitmapTrack(GetSubtitleTrackName(index));
+  if (token == 0) return false;
+  Trace("Embedded picture subtitle %d from the graph (codec %d)", index,
+        static_cast<int>(stream.codec));
+  // The worker goes with the listener, when the tap is deselected
+  // (ClearSubtitles), before the manager could.
+  auto worker = std::make_shared<BitmapSubtitleWorker>(
+      std::move(decoder),
+      [manager, token](BitmapSubtitleCue cue) { manager->AddBitmapCue(token, std::move(cue)); });
+  tap.Select(streamId, [worker](const EmbeddedSubtitleSample& sample) { worker->Queue(sample); });
+  RedrawVideo();
+  return true;
+}
+
+bool GraphManager::IsBitmapEmbeddedSubtitle(int index) {
+  if (!graph_) return false;
+  const std::optional<std::string> streamId =
+      graph_->Streams().StreamId(StreamKind::kSubtitle, index);
+  if (!streamId) return false;
+  const std::optional<EmbeddedSubtitleStream> stream = graph_->SubtitleTap().Info(*streamId);
+  return stream && IsBitmapSubtitle(stream->codec);
 }
 
 void GraphManager::CancelEmbeddedExtraction() {
   if (extractTask_) extractTask_->Cancel();
   extractTask_.reset();
+  textPreload_.reset();
 }
 
 int GraphManager::DefaultEmbeddedSubtitle() {
@@ -116,6 +178,7 @@ bool GraphManager::ExtractEmbeddedSubtitle(int index, std::function<void(bool)> 
   job.minimumOutputBytes = 1;
 
   if (graph_) graph_->SubtitleTap().Deselect();
+  textPreload_.reset();
   if (extractTask_) extractTask_->Cancel();
   auto task = std::make_shared<ExternalToolTask>(std::move(job));
   QObject::connect(task.get(), &ExternalToolTask::Finished, task.get(),

@@ -1,5 +1,6 @@
 #include "engine/graph_manager.h"
 
+#include "engine/embedded_text_preload.h"
 #include "engine/keyframe_table.h"
 #include "engine/playback_graph.h"
 #include "engine/video_output.h"

@@ -54,6 +54,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 class QObject;
@@ -62,6 +63,8 @@ namespace zelvaro {
 
 class ExternalToolTask;
 class PlaybackGraph;
+struct EmbeddedSubtitleStream;
+class EmbeddedTextPreload;
 struct GraphBuildRequest;
 struct GraphBuildResult;
 class SubtitleManager;
@@ -217,11 +220,15 @@ class GraphManager {
 
   // Embedded subtitles (graph_embedded_subtitles.cpp), `index` among the
   // subtitle streams as the track menu numbers them. Both routes put the
-  // stream in place of the subtitle shown; bitmap streams take neither.
+  // stream in place of the subtitle shown.
   // The graph route: the stream's own samples, as the splitter reads them,
-  // become libass events drawn by the same overlay as side files. False
-  // without a graph or for a stream that is not there.
+  // become libass events drawn by the same overlay as side files; those of
+  // a picture stream are decoded on the streaming thread and drawn by the
+  // same overlay, scaled from the stream's canvas. False without a graph or
+  // for a stream that is not there.
   bool GrabEmbeddedSubtitle(int index);
+  // A stream of pictures (PGS, DVD, DVB): only the graph route shows it.
+  bool IsBitmapEmbeddedSubtitle(int index);
   // The external route: ffmpeg extracts the stream into the temporary file
   // "Zelvaro_embedded_sub" (.ass or .srt) on a thread of its own, and it
   // then loads like a side file; `done` runs on the interface thread with
@@ -282,6 +289,9 @@ class GraphManager {
 
  private:
   struct PendingOpen;
+  // GrabEmbeddedSubtitle for a stream of pictures.
+  bool GrabBitmapSubtitle(int index, const std::string& streamId,
+                          const EmbeddedSubtitleStream& stream);
   bool BuildGraph(const QString& path);
   // The request for a build of `path` with this object's settings; read on
   // the interface thread.
@@ -366,6 +376,8 @@ class GraphManager {
 
   std::unique_ptr<SubtitleManager> subtitleManager_;
   std::shared_ptr<ExternalToolTask> extractTask_;  // the embedded subtitle extraction
+  // Reads the chosen text stream ahead; stopped before the manager goes.
+  std::unique_ptr<EmbeddedTextPreload> textPreload_;
   GraphEventSink graphEventSink_;
   uint64_t graphGeneration_ = 0;         // interface thread only
   std::unique_ptr<QObject> eventRelay_;  // lives on the interface thread; queued calls land here

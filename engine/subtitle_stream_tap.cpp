@@ -9,6 +9,8 @@
 namespace zelvaro {
 namespace {
 
+constexpr qsizetype kKeptPictureBytes = 4 << 20;
+
 std::string_view MediaTypeOf(const GstCaps* caps) {
   if (caps == nullptr || gst_caps_is_empty(caps) || gst_caps_is_any(caps)) return {};
   return gst_structure_get_name(gst_caps_get_structure(caps, 0));
@@ -114,8 +116,15 @@ void SubtitleStreamTap::Take(const std::string& streamId, GstBuffer* buffer) {
   if (found == streams_.end()) return;
   Stream& stream = found->second;
   const bool selected = streamId == selected_ && listener_;
-  // Pictures are large: only the chosen bitmap stream is looked at, never kept.
+  // Pictures are large: only the last few are kept, for a stream chosen
+  // after the demuxer read its first cues (while the file prerolled).
   if (IsBitmapSubtitle(stream.info.codec)) {
+    stream.keptBytes += sample.data.size();
+    stream.kept.push_back(sample);
+    while (stream.keptBytes > kKeptPictureBytes && stream.kept.size() > 1) {
+      stream.keptBytes -= stream.kept.front().data.size();
+      stream.kept.erase(stream.kept.begin());
+    }
     if (selected) listener_(sample);
     return;
   }

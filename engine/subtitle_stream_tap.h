@@ -5,7 +5,8 @@
 // worth is a few hundred KB), so a stream chosen later starts with every cue
 // the demuxer has read so far; the chosen stream's samples also go to a
 // listener as they come. A sample seen again (after a seek) is passed on
-// once only.
+// once only. Of a picture stream only the last few MB are kept, and every
+// sample is passed on (the cue list knows a picture again).
 //
 // Threads: Attach and the pad probes run on streaming threads; Select and
 // Deselect on the owner's thread. The listener runs on streaming threads,
@@ -60,6 +61,9 @@ struct EmbeddedSubtitleSample {
   int64_t start100ns = 0;
   int64_t duration100ns = -1;  // −1 when the stream does not say
   QByteArray data;
+  // Read by libavformat (embedded_text_preload.h): text without the markup
+  // the graph's demuxer adds.
+  bool plainText = false;
 };
 
 struct EmbeddedSubtitleStream {
@@ -89,6 +93,7 @@ class SubtitleStreamTap {
   struct Stream {
     EmbeddedSubtitleStream info;
     std::vector<EmbeddedSubtitleSample> kept;
+    qsizetype keptBytes = 0;  // of a picture stream, whose oldest go first
     std::set<std::pair<int64_t, QByteArray>> seen;
   };
   struct ProbeContext {

@@ -117,6 +117,10 @@ class SubtitleManager {
   // any thread (a streaming thread); dropped once its track has ended.
   void AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
                       int64_t durationMs);
+  // The same for a stream of pictures (bitmap_subtitle_track.h): cues come
+  // decoded, from any thread.
+  uint64_t StartBitmapTrack(const QString& name);
+  void AddBitmapCue(uint64_t token, BitmapSubtitleCue cue);
 
   // A track or cues are loaded.
   bool HasSubtitle() const;

@@ -143,6 +143,8 @@ bool CSubtitleProvider::Adopt(std::shared_ptr<PreparedSubtitle> prepared) {
   if (prepared->Ass) prepared->Ass->FrameSize = FrameSizeFor(renderSize_);
   type_ = prepared->Type;
   streamToken_ = 0;
+  bitmapTrack_ = false;
+  bitmaps_.Clear();
   std::unique_ptr<AssContext> old = std::move(ass_);
   ass_ = std::move(prepared->Ass);
   cues_ = std::move(prepared->Cues);
@@ -175,6 +177,8 @@ std::unique_ptr<AssContext> CSubtitleProvider::TakeTrackAndClear() {
   timeline_.Clear();
   type_ = SubtitleType::kUnknown;
   streamToken_ = 0;
+  bitmapTrack_ = false;
+  bitmaps_.Clear();
   ContentChanged();
   return track;
 }
@@ -186,7 +190,7 @@ SubtitleType CSubtitleProvider::GetType() const {
 
 bool CSubtitleProvider::HasSubtitle() const {
   std::lock_guard lock(mutex_);
-  return ass_ != nullptr || !cues_.empty();
+  return ass_ != nullptr || !cues_.empty() || bitmapTrack_;
 }
 
 void CSubtitleProvider::SetStyle(const SubtitleStyle& style) {
@@ -291,8 +295,12 @@ bool CSubtitleProvider::Render(const SubPicDesc& target, int64_t time100ns, SubP
   *bbox = SubPicRect::Inverted();
   *window = WindowAt(time100ns);
   *contentSerial = contentSerial_;
-  if (!ass_ && cues_.empty()) return false;
   const int64_t timeMs = SubtitleTimeMs(time100ns);
+  if (bitmapTrack_) {
+    const BitmapSubtitleCue* cue = bitmaps_.At(timeMs);
+    return cue != nullptr && DrawBitmapCue(*cue, target, bbox) && !bbox->IsEmpty();
+  }
+  if (!ass_ && cues_.empty()) return false;
 
   if (ass_) {
     AssEngine* engine = AssEngine::Instance();

@@ -16,6 +16,7 @@
 // time t is delay + t (in ms), never below 0, and the windows of the events
 // move with it.
 
+#include "subtitles/bitmap_subtitle_track.h"
 #include "subtitles/event_timeline.h"
 #include "subtitles/libass_context.h"
 #include "subtitles/srt_converter.h"
@@ -83,6 +84,10 @@ class CSubtitleProvider : public ISubPicProvider {
   // the one loaded, or libass has the line already (a stream seen again).
   void AddStreamEvent(uint64_t token, const std::string& chunk, int64_t startMs,
                       int64_t durationMs);
+  // A picture subtitle stream (bitmap_subtitle_track.cpp): no libass track,
+  // cues come later by AddBitmapCue, under the same token rules.
+  bool AdoptBitmapTrack(uint64_t token);
+  void AddBitmapCue(uint64_t token, BitmapSubtitleCue cue);
 
   // Used by the next Load (the style is baked into converted scripts).
   void SetStyle(const SubtitleStyle& style);
@@ -122,6 +127,8 @@ class CSubtitleProvider : public ISubPicProvider {
   SubtitleStyle style_;
   uint64_t contentSerial_ = 1;
   uint64_t streamToken_ = 0;  // the stream track loaded; 0 for none
+  bool bitmapTrack_ = false;  // that stream is one of pictures
+  BitmapCueList bitmaps_;
 };
 
 }  // namespace zelvaro

@@ -193,6 +193,24 @@ class MainWindowToolsTest : public QObject {
     QCOMPARE(window_->embeddedSubtitleIndex(), track);
   }
 
+  void aSeekIntoACueShowsItOnTheGraphRoute() {
+    Settings::SetDword(setting::kEmbeddedSubtitleMethod, 1);
+    QVERIFY(window_->OpenFile(test::FixturePath("embedded_late_cue.mkv")));
+    graph_->Pause();
+    window_->OnCommand(ID_SUBTITLE_TRACK_FIRST);
+    QTRY_COMPARE_WITH_TIMEOUT(window_->embeddedSubtitleIndex(), 0, kWaitMs);
+    // The cue runs from 60 s to 80 s; the demuxer starts reading near 70 s.
+    QVERIFY(graph_->Seek(70.0, false, 0));
+    QVERIFY(graph_->Play());
+    VideoRenderer* video = window_->videoWindow();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+          const Look look = LookAt(video);
+          return look.time100ns > 700'000'000 && ShowsOnly(look, Where::Below);
+        }(),
+        kWaitMs);
+  }
+
   void theExternalRouteWritesTheDesignedTemporaryFile() {
     QVERIFY(window_->OpenFile(test::FixturePath("embedded_ass.mkv")));
     bool loaded = false;
