@@ -362,6 +362,7 @@ TEST(SettingsKillTest, KilledAtRandomMomentsTheFileIsOldOrNewNeverAMix) {
   ASSERT_TRUE(Settings::SetDword(u"Untouched", 1234));
   ASSERT_TRUE(Settings::SetBackupString(u"Big", bigA));
   QRandomGenerator random(20261124);
+  int killsMidWrite = 0;
   for (int round = 0; round < kRounds; ++round) {
     int channel[2];
     ASSERT_EQ(::pipe(channel), 0);
@@ -392,12 +393,15 @@ TEST(SettingsKillTest, KilledAtRandomMomentsTheFileIsOldOrNewNeverAMix) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status)) << "round " << round;
     ::close(channel[0]);
+    const QFileInfo store(Settings::StoreFilePath());
+    if (!store.dir().entryList({QStringLiteral("*.tmp-*")}).isEmpty()) ++killsMidWrite;
 
     QString big;
     ASSERT_TRUE(Settings::GetBackupString(u"Big", &big)) << "round " << round;
     EXPECT_TRUE(big == bigA || big == bigB) << "round " << round << ": " << big.size() << " chars";
     EXPECT_EQ(Settings::GetDwordOr(u"Untouched", 0), 1234u) << "round " << round;
   }
+  RecordProperty("KillsMidWrite", killsMidWrite);
   // The restarted player's next write clears what the dead ones left.
   ASSERT_TRUE(Settings::SetDword(u"Untouched", 1234));
   const QFileInfo store(Settings::StoreFilePath());
