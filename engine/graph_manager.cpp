@@ -171,6 +171,12 @@ bool GraphManager::RebuildAfterDecoderFault() {
 
 bool GraphManager::OpenFile(const QString& path) {
   Close();
+  // Only a regular file: opening a FIFO blocks until a writer comes, and the
+  // keyframe scan below runs on the interface thread.
+  if (!IsUrl(path) && !QFileInfo(path).isFile()) {
+    Trace("OpenFile: %s is not a regular file", qPrintable(path));
+    return false;
+  }
   std::this_thread::sleep_for(kBeforeBuild);
   // No GPU device is shared with a renderer here, so there is nothing to
   // settle before a build.

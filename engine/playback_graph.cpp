@@ -282,7 +282,10 @@ GstPadProbeReturn PlaybackGraph::OnVideoSinkEvent(GstPad*, GstPadProbeInfo* info
 
 GstBusSyncReply PlaybackGraph::OnBusMessage(GstBus*, GstMessage* message, gpointer self) {
   static_cast<PlaybackGraph*>(self)->HandleBusMessage(message);
-  // Nobody pops this bus: every message is handled here and dropped.
+  // Nobody pops this bus: every message is handled here and dropped. A sync
+  // handler that drops owns the message; one kept holds its source, and the
+  // pipeline's own messages would keep the whole graph alive.
+  gst_message_unref(message);
   return GST_BUS_DROP;
 }
 

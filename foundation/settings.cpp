@@ -5,6 +5,7 @@
 #include "foundation/trace.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -144,6 +145,8 @@ class Store {
     StoreLock lock(nativePath + ".lock");
     if (!lock.Held()) return false;
 
+    RemoveDeadWritersFiles(path);
+
     Snapshot snapshot = LoadFile(path);
     if (snapshot.state == FileState::Damaged && !SetAside(path)) return false;
     if (!change(snapshot.document)) return true;  // nothing to write
@@ -172,6 +175,17 @@ class Store {
       cacheStamp_ = stamp;
     }
     return cache_;
+  }
+
+  // A writer holds the lock for as long as its temporary file exists, so one
+  // found under the lock belongs to a player that died mid-write (killed,
+  // crashed, powered off); nothing else will ever remove it.
+  static void RemoveDeadWritersFiles(const QString& path) {
+    const QFileInfo store(path);
+    const QString pattern = store.fileName() + QStringLiteral(".tmp-*");
+    for (const QString& name : store.dir().entryList({pattern}, QDir::Files | QDir::Hidden)) {
+      QFile::remove(store.dir().filePath(name));
+    }
   }
 
   // Keeps a damaged file for the user to look at instead of overwriting it.

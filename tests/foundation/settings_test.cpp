@@ -15,7 +15,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <thread>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace zelvaro {
 namespace {
@@ -339,6 +346,68 @@ TEST(SettingsStressTest, TwoProcessesLoseNothing) {
   const QFileInfo store(Settings::StoreFilePath());
   EXPECT_TRUE(
       store.dir().entryList({QStringLiteral("*.damaged-*"), QStringLiteral("*.tmp-*")}).isEmpty());
+}
+
+// A player killed (SIGKILL) at random moments of a settings write: after
+// each kill the file reads whole, the value being written is the old one or
+// the new one, never a part, every other value is untouched, and the next
+// write leaves no temporary file of the dead writer behind.
+TEST(SettingsKillTest, KilledAtRandomMomentsTheFileIsOldOrNewNeverAMix) {
+  test::TempHome home;
+  constexpr int kRounds = 100;
+  // Big enough that a write takes a while, so kills land inside one.
+  constexpr int kBigChars = 50000;
+  const QString bigA(kBigChars, u'A');
+  const QString bigB(kBigChars, u'B');
+  ASSERT_TRUE(Settings::SetDword(u"Untouched", 1234));
+  ASSERT_TRUE(Settings::SetBackupString(u"Big", bigA));
+  QRandomGenerator random(20261124);
+  int killsMidWrite = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    int channel[2];
+    ASSERT_EQ(::pipe(channel), 0);
+    std::fflush(nullptr);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::close(channel[0]);
+      for (int write = 0;; ++write) {
+        if (!Settings::SetBackupString(u"Big", write % 2 == 0 ? bigB : bigA)) ::_exit(10);
+        const char done = 'W';
+        if (::write(channel[1], &done, 1) != 1) ::_exit(11);
+      }
+    }
+    ::close(channel[1]);
+    // Two writes to learn how long one takes, then a kill somewhere inside one.
+    auto readByte = [&] {
+      pollfd entry{channel[0], POLLIN, 0};
+      char byte = 0;
+      return ::poll(&entry, 1, 30000) == 1 && ::read(channel[0], &byte, 1) == 1 && byte == 'W';
+    };
+    ASSERT_TRUE(readByte());
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(readByte());
+    const auto writeTime = std::chrono::steady_clock::now() - start;
+    std::this_thread::sleep_for(writeTime * random.bounded(1000) / 1000);
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "round " << round;
+    ::close(channel[0]);
+    const QFileInfo store(Settings::StoreFilePath());
+    if (!store.dir().entryList({QStringLiteral("*.tmp-*")}).isEmpty()) ++killsMidWrite;
+
+    QString big;
+    ASSERT_TRUE(Settings::GetBackupString(u"Big", &big)) << "round " << round;
+    EXPECT_TRUE(big == bigA || big == bigB) << "round " << round << ": " << big.size() << " chars";
+    EXPECT_EQ(Settings::GetDwordOr(u"Untouched", 0), 1234u) << "round " << round;
+  }
+  RecordProperty("KillsMidWrite", killsMidWrite);
+  // The restarted player's next write clears what the dead ones left.
+  ASSERT_TRUE(Settings::SetDword(u"Untouched", 1234));
+  const QFileInfo store(Settings::StoreFilePath());
+  const QStringList leftOver =
+      store.dir().entryList({QStringLiteral("*.damaged-*"), QStringLiteral("*.tmp-*")});
+  EXPECT_TRUE(leftOver.isEmpty()) << leftOver.join(u' ').toStdString();
 }
 
 }  // namespace

@@ -1,0 +1,61 @@
+// Many open/close cycles in one player: a video file, an audio file and an
+// address on a loopback server in turn. Whatever a cycle takes (descriptors,
+// threads) it gives back. bench_long_use runs the full count with memory.
+
+#include "tests/app/shell_test_support.h"
+#include "tests/robustness/long_use_support.h"
+
+namespace zelvaro {
+
+class LongUseTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() { home_ = std::make_unique<test::TempHome>(); }
+
+  void cleanup() {
+    test::StopPlayer();
+    home_.reset();
+  }
+
+  void openCloseCyclesGiveBackDescriptorsAndThreads() {
+    constexpr int kCycles = 60;
+    constexpr int kWarmUpCycles = 6;
+    test::HttpTestServer server;
+    const QStringList inputs = {test::PatternClip(),
+                                test::FixturePath(QStringLiteral("cover_silence.mp3")),
+                                test::ServeClip(server, test::PatternClip(), "video/mp4")};
+    MainWindow* window = test::StartPlayer();
+    QVERIFY(window);
+
+    test::ProcessCounts start;
+    for (int cycle = 0; cycle < kCycles; ++cycle) {
+      // The first cycles load plug-ins and start pools that stay for good.
+      if (cycle == kWarmUpCycles) start = test::ReadProcessCounts();
+      const QString& input = inputs[cycle % inputs.size()];
+      QVERIFY2(test::OpenPlayClose(window, input),
+               qPrintable(QStringLiteral("cycle %1: %2").arg(cycle).arg(input)));
+    }
+    // Threads end shortly after the pipeline they served.
+    test::ProcessCounts end;
+    (void)QTest::qWaitFor(
+        [&] {
+          end = test::ReadProcessCounts();
+          return end.fds <= start.fds && end.threads <= start.threads;
+        },
+        5000);
+    // Fewer threads than at the start is fine: a pool that was busy then has
+    // let idle ones go since.
+    QCOMPARE(end.fds, start.fds);
+    QVERIFY2(end.threads <= start.threads,
+             qPrintable(QStringLiteral("%1 > %2").arg(end.threads).arg(start.threads)));
+  }
+
+ private:
+  std::unique_ptr<test::TempHome> home_;
+};
+
+}  // namespace zelvaro
+
+QTEST_MAIN(zelvaro::LongUseTest)
+#include "long_use_test.moc"
