@@ -3,11 +3,12 @@
 # libraries whose sources are known to merge cleanly.
 #
 # GCC uses a precompiled header only where the flags and the macros are
-# those it was made with (-Winvalid-pch reports one it cannot use). Everything here builds with -fPIC (Qt asks for it), so the
-# split is GoogleTest's: the test code's header holds gtest.h and is made with
+# those it was made with (-Winvalid-pch reports one it cannot use).
+# Everything here builds with -fPIC (Qt asks for it), so the split is
+# GoogleTest's: the test code's header holds gtest.h and is made with
 # GTEST_HAS_PTHREAD, which only test targets define. Neither holds QtTest,
-# whose headers change with QT_WIDGETS_LIB and so would split Qt Test binaries
-# from GoogleTest ones.
+# whose headers change with QT_WIDGETS_LIB and so would split Qt Test
+# binaries from GoogleTest ones.
 
 option(ZELVARO_PCH "Precompile the heavy Qt, GStreamer and standard headers" ON)
 option(ZELVARO_UNITY "Unity builds of the libraries that allow them" ON)
@@ -21,7 +22,7 @@ if(NOT ZELVARO_DEBUG_LEVEL STREQUAL "")
   add_compile_options(-g${ZELVARO_DEBUG_LEVEL})
 endif()
 
-# lld links the many test binaries several times faster than ld.bfd.
+# lld, when installed, links the fifty-odd test binaries faster than ld.bfd.
 include(CheckLinkerFlag)
 check_linker_flag(CXX -fuse-ld=lld ZELVARO_HAS_LLD)
 if(ZELVARO_HAS_LLD)
