@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs a command with the sanitizer settings of `make check-asan`: the one
+# place they are set, so a single test binary run by hand behaves as it does
+# in the suite (e.g. bash packaging/sanitizers.sh bash packaging/run-headless.sh
+# build-asan/tests/bin/engine_tests).
+#
+# A finding ends the process with a report on stderr and a non-zero status,
+# which fails its test. Leaks are checked at exit; the suppressions in
+# packaging/lsan.supp cover only leaks that live inside system libraries.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+
+export ASAN_OPTIONS="detect_leaks=1:check_initialization_order=1:strict_init_order=1:detect_odr_violation=1:abort_on_error=0:print_summary=1"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+export LSAN_OPTIONS="suppressions=$here/lsan.supp:print_suppressions=0"
+# GStreamer's plugins are not instrumented; a registry built by this run
+# keeps the run from rewriting the developer's own.
+export GST_REGISTRY="${GST_REGISTRY:-${TMPDIR:-/tmp}/zelvaro-asan-gst-registry-$(id -u).bin}"
+exec "$@"
