@@ -150,34 +150,45 @@ void LanguageManager::ScanLanguages() {
     if (text.isEmpty()) continue;
 
     QString id, name;
-    bool inSection = false;
-    ForEachLine(text, [&](QStringView rawLine) {
-      QStringView line = Trim(rawLine);
-      if (line.isEmpty()) return true;
-      if (line == u"[Language]") {
-        inSection = true;
-        return true;
-      }
-      if (line.startsWith(u'[')) return !inSection;
-      if (!inSection) return true;
-      qsizetype equals = line.indexOf(u'=');
-      if (equals < 0) return true;
-      QStringView key = Trim(line.left(equals));
-      QStringView value = TrimLeft(line.mid(equals + 1));
-      if (key == u"Id") id = value.toString();
-      if (key == u"Name") name = value.toString();
-      return id.isEmpty() || name.isEmpty();
-    });
-    if (!id.isEmpty() && !name.isEmpty()) found.push_back({id, name, path});
+    if (ReadLanguageHeader(text, &id, &name)) found.push_back({id, name, path});
   }
   std::unique_lock lock(mutex_);
   languages_ = std::move(found);
 }
 
+bool LanguageManager::ReadLanguageHeader(QStringView text, QString* id, QString* name) {
+  id->clear();
+  name->clear();
+  bool inSection = false;
+  ForEachLine(text, [&](QStringView rawLine) {
+    QStringView line = Trim(rawLine);
+    if (line.isEmpty()) return true;
+    if (line == u"[Language]") {
+      inSection = true;
+      return true;
+    }
+    if (line.startsWith(u'[')) return !inSection;
+    if (!inSection) return true;
+    qsizetype equals = line.indexOf(u'=');
+    if (equals < 0) return true;
+    QStringView key = Trim(line.left(equals));
+    QStringView value = TrimLeft(line.mid(equals + 1));
+    if (key == u"Id") *id = value.toString();
+    if (key == u"Name") *name = value.toString();
+    return id->isEmpty() || name->isEmpty();
+  });
+  return !id->isEmpty() && !name->isEmpty();
+}
+
 bool LanguageManager::LoadLanguageFile(const QString& path) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly) || file.size() <= 0) return false;
-  const QString text = ReadText(file);
+  return LoadLanguageBytes(file.readAll());
+}
+
+bool LanguageManager::LoadLanguageBytes(QByteArray bytes) {
+  if (bytes.startsWith("\xEF\xBB\xBF")) bytes.remove(0, 3);
+  const QString text = QString::fromUtf8(bytes);
   if (text.isEmpty()) return false;
 
   Table table;

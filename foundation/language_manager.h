@@ -54,6 +54,12 @@ class LanguageManager {
   // The steps of Initialize, public for the settings page and for tests.
   void ScanLanguages();
   bool LoadLanguageFile(const QString& path);
+  // LoadLanguageFile on bytes already read; false (table kept) when they hold
+  // no text.
+  bool LoadLanguageBytes(QByteArray bytes);
+  // What the scan reads of a file's text: the Id and Name of its
+  // "[Language]" section; false when either is missing.
+  static bool ReadLanguageHeader(QStringView text, QString* id, QString* name);
   QString Lookup(QStringView key) const;
 
   // Back to the state before Initialize; tests only.

@@ -249,7 +249,10 @@ std::optional<SettingsDocument> SettingsDocument::Parse(const QByteArray& bytes,
   };
   for (QStringView line : QStringView(text).split(u'\n')) {
     ++lineNumber;
-    if (line.endsWith(u'\r')) line.chop(1);
+    // The writer never puts a CR into a line, so every CR at its end is part
+    // of the line end (CR CR LF from an editor); one kept would come back as
+    // a line end of its own.
+    while (line.endsWith(u'\r')) line.chop(1);
     if (line.trimmed().isEmpty() || line.startsWith(u'#')) continue;
     if (line == QLatin1String(kMainSection)) {
       scope = SettingScope::Main;

@@ -123,19 +123,26 @@ void MimeAppsList::SetValue(const QString& group, const QString& key, const QStr
 }
 
 bool MimeAppsList::RemoveKey(const QString& group, const QString& key) {
-  const Span span = FindGroup(group);
-  if (span.header < 0) return false;
+  // A group named twice (a hand edit, another tool) is one group to the
+  // desktop, so the key goes from each of them.
   bool removed = false;
-  bool othersLeft = false;
-  for (int i = span.end - 1; i > span.header; --i) {
-    if (KeyOf(lines_[i]) == key) {
-      Erase(i);
-      removed = true;
-    } else if (!lines_[i].text.trimmed().isEmpty()) {
-      othersLeft = true;
+  for (int header = 0; header < static_cast<int>(lines_.size()); ++header) {
+    if (GroupOf(lines_[header]) != group) continue;
+    int end = header + 1;
+    while (end < static_cast<int>(lines_.size()) && GroupOf(lines_[end]).isEmpty()) ++end;
+    bool removedHere = false;
+    bool othersLeft = false;
+    for (int i = end - 1; i > header; --i) {
+      if (KeyOf(lines_[i]) == key) {
+        Erase(i);
+        removedHere = true;
+      } else if (!lines_[i].text.trimmed().isEmpty()) {
+        othersLeft = true;
+      }
     }
+    if (removedHere && !othersLeft) Erase(header--);
+    removed = removed || removedHere;
   }
-  if (removed && !othersLeft) Erase(span.header);
   return removed;
 }
 
