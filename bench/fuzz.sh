@@ -20,7 +20,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 [[ -d "$build/fuzz" ]] || { echo "Run 'make fuzz' first." >&2; exit 1; }
 until_epoch=
 [[ -n "${ZELVARO_FUZZ_UNTIL:-}" ]] && until_epoch=$(date -u -d "$ZELVARO_FUZZ_UNTIL" +%s)
-export LSAN_OPTIONS="suppressions=$root/tests/fuzz/lsan_suppressions.txt${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
+export LSAN_OPTIONS="suppressions=$root/packaging/lsan.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 # A fuzzer that keeps hitting the same fault only repeats itself.
 max_findings=5
 
