@@ -121,20 +121,9 @@ void CSubtitleProvider::AddBitmapCue(uint64_t token, BitmapSubtitleCue cue) {
 uint64_t SubtitleManager::StartBitmapTrack(const QString& name) {
   CancelLoads();
   std::lock_guard operation(operationMutex_);
-  std::shared_ptr<CSubPicQueue> queue;
-  std::shared_ptr<CSubtitleProvider> provider;
-  if (!BeginLoad(name.isEmpty() ? QStringLiteral("-") : name, &queue, &provider)) return 0;
-  const uint64_t token = ++streamTokens_;
-  const bool adopted = provider->AdoptBitmapTrack(token);
-  queue->ClearQueue();
-  if (!adopted) return 0;
-  SubtitleTrackInfo track;
-  track.Name = name;
-  track.External = false;
-  std::lock_guard lock(stateMutex_);
-  tracks_.push_back(std::move(track));
-  currentTrack_ = 0;
-  return token;
+  return StartEmbeddedTrack(name, [](CSubtitleProvider& provider, uint64_t token) {
+    return provider.AdoptBitmapTrack(token);
+  });
 }
 
 void SubtitleManager::AddBitmapCue(uint64_t token, BitmapSubtitleCue cue) {

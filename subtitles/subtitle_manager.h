@@ -147,6 +147,10 @@ class SubtitleManager {
   bool BeginLoad(const QString& path, std::shared_ptr<CSubPicQueue>* queue,
                  std::shared_ptr<CSubtitleProvider>* provider);
   bool LoadSubtitleLocked(const QString& path);
+  // With operationMutex_ held: starts a track fed from the file's own stream,
+  // handing the provider its token through adopt; 0 when it refuses.
+  uint64_t StartEmbeddedTrack(const QString& name,
+                              const std::function<bool(CSubtitleProvider&, uint64_t)>& adopt);
   // Puts a prepared load in place as the one track; the previous one goes.
   bool AdoptLocked(const QString& path, std::shared_ptr<PreparedSubtitle> prepared);
   // Hands a track to the worker to be freed there.

@@ -123,13 +123,20 @@ void CSubtitleProvider::AddStreamEvent(uint64_t token, const std::string& chunk,
 uint64_t SubtitleManager::StartStreamTrack(const QString& name, const std::string& assHeader) {
   CancelLoads();
   std::lock_guard operation(operationMutex_);
+  return StartEmbeddedTrack(name, [&](CSubtitleProvider& provider, uint64_t token) {
+    std::string header = assHeader;
+    if (header.empty()) AppendAssHeader(provider.GetStyle(), &header);
+    return provider.AdoptStreamTrack(header, token);
+  });
+}
+
+uint64_t SubtitleManager::StartEmbeddedTrack(
+    const QString& name, const std::function<bool(CSubtitleProvider&, uint64_t)>& adopt) {
   std::shared_ptr<CSubPicQueue> queue;
   std::shared_ptr<CSubtitleProvider> provider;
   if (!BeginLoad(name.isEmpty() ? QStringLiteral("-") : name, &queue, &provider)) return 0;
-  std::string header = assHeader;
-  if (header.empty()) AppendAssHeader(provider->GetStyle(), &header);
   const uint64_t token = ++streamTokens_;
-  const bool adopted = provider->AdoptStreamTrack(header, token);
+  const bool adopted = adopt(*provider, token);
   queue->ClearQueue();
   if (!adopted) return 0;
   SubtitleTrackInfo track;
