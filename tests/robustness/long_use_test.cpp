@@ -44,9 +44,10 @@ class LongUseTest : public QObject {
           return end.fds <= start.fds && end.threads <= start.threads;
         },
         5000);
-    // Fewer threads than at the start is fine: a pool that was busy then has
-    // let idle ones go since.
-    QCOMPARE(end.fds, start.fds);
+    // Fewer than at the start is fine: a pipeline still closing then, or a
+    // pool that was busy, has let its descriptors and threads go since.
+    QVERIFY2(end.fds <= start.fds,
+             qPrintable(QStringLiteral("%1 > %2").arg(end.fds).arg(start.fds)));
     QVERIFY2(end.threads <= start.threads,
              qPrintable(QStringLiteral("%1 > %2").arg(end.threads).arg(start.threads)));
   }
