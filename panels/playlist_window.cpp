@@ -79,6 +79,12 @@ PlaylistWindow::~PlaylistWindow() {
   if (run_) run_->SetRowChangedCallback(nullptr);
   if (model_) model_->SetView(nullptr);
   if (everShown_) SavePlacement();
+  // The lists' cell callbacks read this window's members; they must go while
+  // those still exist, not later with the base class's children.
+  delete playlistList_;
+  delete favoritesList_;
+  delete playlistModel_;
+  delete favoritesModel_;
 }
 
 void PlaylistWindow::BuildPlaylistTab() {
