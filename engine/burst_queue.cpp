@@ -8,8 +8,10 @@ namespace zelvaro {
 namespace {
 
 constexpr int kMaxDepth = 8;
-constexpr int kMinDepth = 3;
-constexpr int64_t kDepthBytes = 48 * 1024 * 1024;
+constexpr int kMinDepth = 4;
+// Four 1080p frames. Deeper bursts measured no cheaper at 1x, and each 1080p
+// frame held is 3 MB of the player's resident memory.
+constexpr int64_t kDepthBytes = 14 * 1024 * 1024;
 
 struct BurstState {
   GstElement* queue = nullptr;  // not owned: the probe dies with the queue's pad

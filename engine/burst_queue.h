@@ -20,7 +20,7 @@ struct BurstDepth {
 };
 
 // The depth for pictures of this size: deep enough to make bursts, bounded
-// to about 48 MB of 8-bit 4:2:0 frames, never below three frames.
+// to about 14 MB of 8-bit 4:2:0 frames, never below four frames.
 BurstDepth BurstDepthFor(int width, int height);
 
 // A "queue" element named `name` set up as above; null when queue is missing.

@@ -135,9 +135,9 @@ TEST(DecoderPolicyTest, SoftwareThreadsAndBurstDepth) {
   // Deep for small pictures, shallow for huge ones, never a queue that
   // cannot make a burst.
   EXPECT_EQ(BurstDepthFor(640, 360).depth, 8);
-  EXPECT_EQ(BurstDepthFor(1920, 1080).depth, 8);
+  EXPECT_EQ(BurstDepthFor(1920, 1080).depth, 4);
   EXPECT_EQ(BurstDepthFor(3840, 2160).depth, 4);
-  EXPECT_EQ(BurstDepthFor(16384, 16384).depth, 3);
+  EXPECT_EQ(BurstDepthFor(16384, 16384).depth, 4);
   EXPECT_EQ(BurstDepthFor(0, 0).depth, 8);
   for (auto [width, height] : {std::pair{320, 240}, {1920, 1080}, {3840, 2160}}) {
     const BurstDepth depth = BurstDepthFor(width, height);
