@@ -126,18 +126,14 @@ class MainWindowTest : public QObject {
     QCOMPARE(window->recentFiles().front(), paths[2]);
   }
 
-  void aFileThatDoesNotOpenLeavesAnIdlePlayer() {
+  void aFileThatDoesNotOpenLeavesAnIdlePlayerThatReopensWhereItClosed() {
     const QString garbage = home_->WriteFile(QStringLiteral("broken.mkv"), QByteArray(4096, 'Z'));
     MainWindow* window = StartWith({garbage});
     QVERIFY(window);
     QVERIFY(window->graph()->CurrentPath().isEmpty());
     window->OnCommand(ID_KEY_PLAY_PAUSE);  // nothing open: nothing happens
     QCOMPARE(window->graph()->State(), 0);
-  }
 
-  void closingRemembersTheWindowAndReopensThere() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
     window->setGeometry(100, 120, 800, 500);
     QTRY_COMPARE(window->geometry(), QRect(100, 120, 800, 500));
     window->close();

@@ -4,7 +4,9 @@
 // samples into libass) and the external one (ffmpeg extracts a temporary
 // file). The clips are dark grey; their SubRip lines stand at the bottom and
 // their ASS lines (a fade and a move) at the top, cues at 1-3 s and 4-5 s, so
-// where text shows tells which track is on. And the clip-cutting dialog: the
+// where text shows tells which track is on; a picture track (a Blu-ray
+// stream written by hand) shows a red rectangle from 1 s to 3 s, scaled from
+// its 1920x1080 canvas to where it belongs. And the clip-cutting dialog: the
 // range it edits shows as the seek bar's marks, its checks speak by the
 // designed texts, and the cut runs beside playback, with cancel and without
 // ffmpeg.
@@ -19,11 +21,13 @@
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/app/shell_test_support.h"
+#include "tests/support/pgs_writer.h"
 #include "video/video_renderer.h"
 
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProcess>
 #include <QTemporaryDir>
 
 namespace zelvaro {
@@ -38,25 +42,42 @@ struct Look {
   int64_t time100ns = -1;
   int above = 0;  // text pixels in the upper half of the picture
   int below = 0;
+  int red = 0;     // pixels of the picture track's rectangle
+  QPointF centre;  // theirs, as a fraction of the picture
+  int pixels = 0;
 };
 
 Look LookAt(VideoRenderer* renderer) {
   Look look;
   look.time100ns = renderer->Counters().lastPaintedTime100ns;
   const QImage image = renderer->DisplayedImage().convertToFormat(QImage::Format_RGB32);
+  look.pixels = image.width() * image.height();
+  double sumX = 0, sumY = 0;
   for (int y = 0; y < image.height(); ++y) {
     const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
     for (int x = 0; x < image.width(); ++x) {
-      if (qRed(row[x]) < kTextLevelMin || qGreen(row[x]) < kTextLevelMin ||
-          qBlue(row[x]) < kTextLevelMin)
-        continue;
-      ++(y < image.height() / 2 ? look.above : look.below);
+      const int r = qRed(row[x]), g = qGreen(row[x]), b = qBlue(row[x]);
+      if (r >= 180 && g <= 80 && b <= 80) {
+        ++look.red;
+        sumX += x;
+        sumY += y;
+      } else if (r >= kTextLevelMin && g >= kTextLevelMin && b >= kTextLevelMin) {
+        ++(y < image.height() / 2 ? look.above : look.below);
+      }
     }
   }
+  if (look.red > 0)
+    look.centre = {sumX / look.red / image.width(), sumY / look.red / image.height()};
   return look;
 }
 
-enum class Where { Above, Below };
+bool ShowsNothing(const Look& look) {
+  return look.above + look.below + look.red == 0;
+}
+
+// The picture track's rectangle covers the middle half across and the third
+// quarter down: an eighth of the picture.
+enum class Where { Above, Below, Rectangle };
 
 bool InCue(int64_t time100ns) {
   const double seconds = time100ns / 1e7;
@@ -64,9 +85,13 @@ bool InCue(int64_t time100ns) {
 }
 
 bool ShowsOnly(const Look& look, Where where) {
+  if (where == Where::Rectangle) {
+    return look.red > look.pixels / 8 * 0.9 && std::abs(look.centre.x() - 0.5) < 0.03 &&
+           std::abs(look.centre.y() - 0.625) < 0.03 && look.above + look.below == 0;
+  }
   const int wanted = where == Where::Above ? look.above : look.below;
   const int other = where == Where::Above ? look.below : look.above;
-  return wanted >= kEnoughTextPixels && other == 0;
+  return wanted >= kEnoughTextPixels && other == 0 && look.red == 0;
 }
 
 void Type(CutClipDialog* dialog, int id, const QString& text) {
@@ -90,6 +115,24 @@ class MainWindowToolsTest : public QObject {
   Q_OBJECT
 
  private slots:
+  void initTestCase() {
+    QVERIFY(media_.isValid());
+    test::PgsRectangle rectangle;
+    rectangle.rect = QRect(480, 540, 960, 270);
+    rectangle.y = 63, rectangle.cr = 240, rectangle.cb = 102;  // red
+    rectangle.showMs = 1000;
+    rectangle.hideMs = 3000;
+    QFile sup(media_.filePath("red.sup"));
+    QVERIFY(sup.open(QIODevice::WriteOnly));
+    sup.write(test::MakePgsStream(rectangle));
+    sup.close();
+    QProcess ffmpeg;
+    ffmpeg.start("ffmpeg", {"-nostdin", "-v", "error", "-y", "-i",
+                            test::FixturePath("embedded_srt.mkv"), "-i", sup.fileName(), "-map",
+                            "0:v", "-map", "1", "-c", "copy", media_.filePath("pgs.mkv")});
+    QVERIFY(ffmpeg.waitForFinished(30'000));
+    QCOMPARE(ffmpeg.exitCode(), 0);
+  }
   void init() { QVERIFY(player_.Start()); }
   void cleanup() { player_.Stop(); }
 
@@ -97,19 +140,20 @@ class MainWindowToolsTest : public QObject {
     QTest::addColumn<uint>("method");
     QTest::addColumn<QString>("file");
     QTest::addColumn<int>("track");
-    QTest::addColumn<bool>("above");
+    QTest::addColumn<Where>("where");
     const struct {
       const char* name;
-      const char* file;
+      QString file;
       int track;
-      bool above;
-    } files[] = {{"ass", "embedded_ass.mkv", 0, true},
-                 {"srt", "embedded_srt.mkv", 0, false},
-                 {"mov_text", "embedded_movtext.mp4", 0, false}};
+      Where where;
+    } files[] = {{"ass", test::FixturePath("embedded_ass.mkv"), 0, Where::Above},
+                 {"srt", test::FixturePath("embedded_srt.mkv"), 0, Where::Below},
+                 {"mov_text", test::FixturePath("embedded_movtext.mp4"), 0, Where::Below},
+                 {"pgs", media_.filePath("pgs.mkv"), 0, Where::Rectangle}};
     for (const uint method : {1u, 0u}) {
       for (const auto& f : files) {
         QTest::addRow("%s %s", method == 1 ? "graph" : "external", f.name)
-            << method << QString(f.file) << f.track << f.above;
+            << method << f.file << f.track << f.where;
       }
     }
   }
@@ -118,9 +162,9 @@ class MainWindowToolsTest : public QObject {
     QFETCH(uint, method);
     QFETCH(QString, file);
     QFETCH(int, track);
-    QFETCH(bool, above);
+    QFETCH(Where, where);
     Settings::SetDword(setting::kEmbeddedSubtitleMethod, method);
-    QVERIFY(window_->OpenFile(test::FixturePath(file)));
+    QVERIFY(window_->OpenFile(file));
     graph_->Pause();
     QVERIFY(graph_->GetSubtitleTrackCount() > track);
     window_->OnCommand(ID_SUBTITLE_TRACK_FIRST + track);
@@ -129,10 +173,8 @@ class MainWindowToolsTest : public QObject {
     // Before the first cue nothing shows; inside it, the line in its place.
     VideoRenderer* video = window_->videoWindow();
     QTRY_VERIFY_WITH_TIMEOUT(LookAt(video).time100ns >= 0, kWaitMs);
-    const Look start = LookAt(video);
-    QCOMPARE(start.above + start.below, 0);
+    QVERIFY(ShowsNothing(LookAt(video)));
     QVERIFY(graph_->Play());
-    const Where where = above ? Where::Above : Where::Below;
     QTRY_VERIFY_WITH_TIMEOUT(
         [&] {
           const Look look = LookAt(video);
@@ -143,8 +185,7 @@ class MainWindowToolsTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(
         [&] {
           const Look look = LookAt(video);
-          return look.time100ns > 32'000'000 && look.time100ns < 38'000'000 &&
-                 look.above + look.below == 0;
+          return look.time100ns > 32'000'000 && look.time100ns < 38'000'000 && ShowsNothing(look);
         }(),
         kWaitMs);
   }
@@ -346,6 +387,7 @@ class MainWindowToolsTest : public QObject {
   }
 
  private:
+  QTemporaryDir media_;
   test::PlayerFixture player_;
   MainWindow*& window_ = player_.window;
   GraphManager*& graph_ = player_.graph;

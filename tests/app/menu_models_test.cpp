@@ -88,41 +88,28 @@ TEST(MenuModels, ContextMenuRowsInOrder) {
 }
 
 TEST(MenuModels, ABRepeatMarksCheckAndTitle) {
-  struct Case {
+  const struct {
     int64_t markA, markB;
-    Lines rows;
+    bool aChecked, bChecked, clearable;
     const char* title;
+  } cases[] = {
+      {0, 0, false, false, false, "Menu.ABRepeat"},
+      {50, 0, true, false, true, "Menu.ABRepeatMenu.ABRepeatHasA"},
+      {50, 90, true, true, true, "Menu.ABRepeatMenu.ABRepeatActive"},
+      {90, 50, true, true, true, "Menu.ABRepeatMenu.ABRepeatHasA"},  // B behind A: no loop
   };
-  const Case cases[] = {
-      {0,
-       0,
-       {"Menu.ABRepeatPointA 5400", "Menu.ABRepeatPointB 5401", "---",
-        "Menu.ABRepeatClear 5402 [-]"},
-       "Menu.ABRepeat"},
-      {50,
-       0,
-       {"Menu.ABRepeatPointA 5400 [x]", "Menu.ABRepeatPointB 5401", "---",
-        "Menu.ABRepeatClear 5402"},
-       "Menu.ABRepeatMenu.ABRepeatHasA"},
-      {50,
-       90,
-       {"Menu.ABRepeatPointA 5400 [x]", "Menu.ABRepeatPointB 5401 [x]", "---",
-        "Menu.ABRepeatClear 5402"},
-       "Menu.ABRepeatMenu.ABRepeatActive"},
-      // B behind A is no loop: A alone counts.
-      {90,
-       50,
-       {"Menu.ABRepeatPointA 5400 [x]", "Menu.ABRepeatPointB 5401 [x]", "---",
-        "Menu.ABRepeatClear 5402"},
-       "Menu.ABRepeatMenu.ABRepeatHasA"},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ContextMenuState state;
     state.markA = c.markA;
     state.markB = c.markB;
     const MenuModel rows = ContextMenuModel(state, {});
     const MenuItem& repeat = SubmenuOf(rows, "Menu.ABRepeat");
-    EXPECT_EQ(Describe(repeat.submenu), c.rows) << c.markA << " " << c.markB;
+    const std::string checkA = c.aChecked ? " [x]" : "", checkB = c.bChecked ? " [x]" : "";
+    EXPECT_EQ(
+        Describe(repeat.submenu),
+        (Lines{"Menu.ABRepeatPointA 5400" + checkA, "Menu.ABRepeatPointB 5401" + checkB, "---",
+               c.clearable ? "Menu.ABRepeatClear 5402" : "Menu.ABRepeatClear 5402 [-]"}))
+        << c.markA << " " << c.markB;
     EXPECT_EQ(repeat.text.toStdString(), c.title);
   }
 }

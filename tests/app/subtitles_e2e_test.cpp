@@ -1,6 +1,7 @@
 // Side-file subtitles from the open to the window: a real GraphManager plays
 // a generated clip into a real VideoRenderer with the engine's subtitles laid
-// over it, and the picture is read back as it was shown.
+// over it, and the picture is read back as it was shown. The painter path
+// only: how the OpenGL path lays an overlay is the renderer's own test's.
 //
 // The clip carries its own clock: its grey is darker outside the cues
 // ([1 s, 3 s) and [4 s, 5 s)) and lighter inside them, so "the subtitle shows
@@ -13,7 +14,6 @@
 #include "subtitles/subtitle_manager.h"
 #include "tests/support/temp_home.h"
 #include "video/subtitle_overlay_adapter.h"
-#include "video/video_gl_surface.h"
 #include "video/video_renderer.h"
 
 #include <QFile>
@@ -112,17 +112,12 @@ int64_t To100ns(double seconds) {
   return std::llround(seconds * 1e7);
 }
 
-// A shown renderer at the clip's size on the asked path, the engine playing
-// into it and the subtitles laid over it.
+// A shown renderer at the clip's size, the engine playing into it and the
+// subtitles laid over it.
 class Player {
  public:
-  enum class Path { Painter, OpenGl };
-
-  explicit Player(Path path) {
-    qunsetenv("ZELVARO_NO_OPENGL");
-    qunsetenv("ZELVARO_OPENGL");
-    qputenv(path == Path::OpenGl ? "ZELVARO_OPENGL" : "ZELVARO_NO_OPENGL",
-            path == Path::OpenGl ? "force" : "1");
+  Player() {
+    qputenv("ZELVARO_NO_OPENGL", "1");
     renderer_ = std::make_unique<VideoRenderer>();
     renderer_->setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     renderer_->setGeometry(QRect(QPoint(0, 0), kClipSize));
@@ -187,7 +182,6 @@ class SubtitlesE2eTest : public QObject {
   void init() { home_ = std::make_unique<test::TempHome>(); }
   void cleanup() { home_.reset(); }
 
-  void srtCuesShowOnExactlyTheirFrames_data();
   void srtCuesShowOnExactlyTheirFrames();
   void delayStepsMoveTheCuesBothWays();
   void userStyleAndEnabledFlagReachThePicture();
@@ -228,22 +222,9 @@ void SubtitlesE2eTest::initTestCase() {
   WriteSide(QStringLiteral("fade.ass"), kAss);
 }
 
-void SubtitlesE2eTest::srtCuesShowOnExactlyTheirFrames_data() {
-  QTest::addColumn<bool>("openGl");
-  QTest::newRow("painter") << false;
-  QTest::newRow("opengl") << true;
-}
-
 void SubtitlesE2eTest::srtCuesShowOnExactlyTheirFrames() {
-  QFETCH(bool, openGl);
-  if (openGl) {
-    qunsetenv("ZELVARO_NO_OPENGL");
-    if (!OpenGlVideoAvailable()) QSKIP("no OpenGL on this display");
-  }
-  Player player(openGl ? Player::Path::OpenGl : Player::Path::Painter);
+  Player player;
   QVERIFY(player.Exposed());
-  if (openGl && player.renderer().CurrentPath() != VideoRenderer::Path::OpenGl)
-    QSKIP("OpenGL cannot run the renderer's shaders here");
   QVERIFY(player.Open(MediaPath(QStringLiteral("cues.mp4"))));
   SubtitleManager* subtitles = player.graph().Subtitles();
   QVERIFY(subtitles);
@@ -292,7 +273,7 @@ void SubtitlesE2eTest::srtCuesShowOnExactlyTheirFrames() {
 }
 
 void SubtitlesE2eTest::delayStepsMoveTheCuesBothWays() {
-  Player player(Player::Path::Painter);
+  Player player;
   QVERIFY(player.Exposed());
   QVERIFY(player.Open(MediaPath(QStringLiteral("cues.mp4"))));
   GraphManager& graph = player.graph();
@@ -336,7 +317,7 @@ void SubtitlesE2eTest::userStyleAndEnabledFlagReachThePicture() {
   // Yellow text (0xAARRGGBB), and subtitles switched off by the user.
   QVERIFY(Settings::SetDword(setting::kSubPrimaryColor, 0x00FFFF00));
   QVERIFY(Settings::SetDword(setting::kSubtitleEnabled, 0));
-  Player player(Player::Path::Painter);
+  Player player;
   QVERIFY(player.Exposed());
   QVERIFY(player.Open(MediaPath(QStringLiteral("cues.mp4"))));
   SubtitleManager* subtitles = player.graph().Subtitles();
@@ -375,7 +356,7 @@ void SubtitlesE2eTest::userStyleAndEnabledFlagReachThePicture() {
 }
 
 void SubtitlesE2eTest::samiAndFadingAssLinesReachThePicture() {
-  Player player(Player::Path::Painter);
+  Player player;
   QVERIFY(player.Exposed());
 
   QVERIFY(player.Open(MediaPath(QStringLiteral("sami.mkv"))));
@@ -407,7 +388,7 @@ void SubtitlesE2eTest::samiAndFadingAssLinesReachThePicture() {
 }
 
 void SubtitlesE2eTest::playingKeepsEachLineOnItsFrames() {
-  Player player(Player::Path::Painter);
+  Player player;
   QVERIFY(player.Exposed());
   QVERIFY(player.Open(MediaPath(QStringLiteral("cues.mp4"))));
   QVERIFY(player.ShowFrameAt(0.6));
