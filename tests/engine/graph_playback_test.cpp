@@ -129,6 +129,7 @@ TEST_F(GraphPlaybackTest, OpenPlayPauseToTheEndStopAndClose) {
   const int clearsBefore = output.ClearCount();
   graph.Close();
   EXPECT_TRUE(graph.CurrentPath().isEmpty());
+  EXPECT_TRUE(graph.Keyframes().empty());
   EXPECT_GT(output.ClearCount(), clearsBefore);
   EXPECT_FALSE(graph.Play());
   EXPECT_EQ(graph.GetDuration(), 0.0);
