@@ -46,13 +46,7 @@ void RunCycles(MainWindow* window, int cycles) {
     if (cycle == kSettledCycle) settled = test::ReadProcessCounts();
     if (!test::OpenPlayClose(window, inputs[cycle % inputs.size()])) ++failed;
   }
-  test::ProcessCounts end;
-  (void)QTest::qWaitFor(
-      [&] {
-        end = test::ReadProcessCounts();
-        return end.fds <= start.fds && end.threads <= start.threads;
-      },
-      5000);
+  const test::ProcessCounts end = test::WaitForSettledCounts(start);
   const double growthMb = (end.rssKb - settled.rssKb) / 1024.0;
   std::printf("open/close cycles: %d (%d did not play)\n", cycles, failed);
   std::printf(

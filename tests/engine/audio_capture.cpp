@@ -129,13 +129,12 @@ int64_t AudioCapture::FrameAtStreamTime(double seconds) const {
   return static_cast<int64_t>(record_->samples.size());
 }
 
-QString MakeMedia(const QString& directory, const QString& name, const QString& lavfiInput,
-                  const QStringList& codecArguments) {
-  QString path = directory + u'/' + name;
-  QStringList arguments = {"-nostdin", "-loglevel", "error", "-y", "-f", "lavfi", "-i", lavfiInput};
-  arguments += codecArguments;
-  arguments << path;
-  return QProcess::execute("ffmpeg", arguments) == 0 ? path : QString();
+QString MakeMedia(const QString& directory, const QString& name, const QStringList& arguments) {
+  const QString path = directory + u'/' + name;
+  return QProcess::execute("ffmpeg", QStringList{"-nostdin", "-loglevel", "error", "-y"} +
+                                         arguments + QStringList{path}) == 0
+             ? path
+             : QString();
 }
 
 double ToneFrequency(const std::vector<float>& samples, int sampleRate) {

@@ -41,10 +41,9 @@ class AudioCapture {
   std::shared_ptr<Record> record_;
 };
 
-// Generates a media file with ffmpeg into `directory`: `lavfiInput` as a
-// lavfi source, then `codecArguments`. Returns the path, empty on failure.
-QString MakeMedia(const QString& directory, const QString& name, const QString& lavfiInput,
-                  const QStringList& codecArguments);
+// Runs ffmpeg with `arguments` (inputs and codecs) to write `directory`/`name`.
+// Returns the path, empty on failure.
+QString MakeMedia(const QString& directory, const QString& name, const QStringList& arguments);
 
 // From positive-going zero crossings, interpolated between samples; 0 when
 // fewer than two.

@@ -36,17 +36,17 @@ class AudioControlTest : public ::testing::Test {
 
   // A 440 Hz tone, 3 s, AAC as most files carry it.
   QString ToneFile() {
-    return MakeMedia(home.Root(), "tone.m4a", "sine=frequency=440:sample_rate=48000:duration=3",
-                     {"-c:a", "aac", "-b:a", "128k"});
+    return MakeMedia(home.Root(), "tone.m4a",
+                     {"-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000:duration=3",
+                      "-c:a", "aac", "-b:a", "128k"});
   }
   // Lossless, so levels measure exactly: `amplitude` as an expression of t.
   QString LevelFile(const QString& name, QString amplitude, int seconds) {
     // A comma would end the filter in a lavfi description.
     amplitude.replace(u',', QStringLiteral("\\,"));
-    return MakeMedia(
-        home.Root(), name,
-        QStringLiteral("aevalsrc=(%1)*sin(2*PI*440*t):s=48000:d=%2").arg(amplitude).arg(seconds),
-        {"-c:a", "flac"});
+    const QString source =
+        QStringLiteral("aevalsrc=(%1)*sin(2*PI*440*t):s=48000:d=%2").arg(amplitude).arg(seconds);
+    return MakeMedia(home.Root(), name, {"-f", "lavfi", "-i", source, "-c:a", "flac"});
   }
 
   // Opens into `capture` (and plays to the end as fast as the chain runs,

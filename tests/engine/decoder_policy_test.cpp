@@ -94,16 +94,10 @@ TEST(DecoderPolicyTest, HardwareNameTest) {
   }
 }
 
-TEST(DecoderPolicyTest, CodecNames) {
-  EXPECT_EQ(VideoCodecName(Caps("video/x-h264, stream-format=avc").get()), "H264");
-  EXPECT_EQ(VideoCodecName(Caps("video/x-h265").get()), "HEVC");
-  EXPECT_EQ(VideoCodecName(Caps("video/x-vp9").get()), "VP90");
-  EXPECT_EQ(VideoCodecName(Caps("video/mpeg, mpegversion=4").get()), "MP4V");
+TEST(DecoderPolicyTest, CodecNamesOfStreamsNoFixtureHolds) {
+  // The fixtures' codecs are read back from real files in graph_playback_test.
   EXPECT_EQ(VideoCodecName(Caps("video/x-wmv, wmvversion=3, format=WVC1").get()), "WVC1");
   EXPECT_EQ(VideoCodecName(Caps("video/x-fancycodec").get()), "FANC");
-  EXPECT_EQ(AudioCodecName(Caps("audio/mpeg, mpegversion=4").get()), "AAC");
-  EXPECT_EQ(AudioCodecName(Caps("audio/mpeg, mpegversion=1, layer=3").get()), "MP3");
-  EXPECT_EQ(AudioCodecName(Caps("audio/x-opus").get()), "OPUS");
   EXPECT_EQ(AudioCodecName(Caps("audio/x-eac3").get()), "EAC3");
   EXPECT_EQ(VideoCodecFromCaps(Caps("video/x-h265").get()), VideoCodec::HEVC);
   EXPECT_EQ(VideoCodecFromCaps(Caps("video/mpeg, mpegversion=4").get()), VideoCodec::Other);

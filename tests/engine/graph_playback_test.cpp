@@ -6,6 +6,7 @@
 
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "tests/engine/audio_capture.h"
 #include "tests/engine/recording_video_output.h"
 #include "tests/support/http_test_server.h"
 #include "tests/support/temp_home.h"
@@ -13,8 +14,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QProcess>
 #include <QThread>
 #include <QTimer>
 
@@ -27,6 +26,7 @@ namespace zelvaro {
 namespace {
 
 using test::FixturePath;
+using test::MakeMedia;
 using test::NearColor;
 using test::PixelColor;
 using test::WaitUntil;
@@ -59,15 +59,6 @@ class GraphPlaybackTest : public ::testing::Test {
 
   bool WaitForEvent(long code, int timeoutMs = kWaitMs) {
     return WaitUntil([&] { return std::count(events.begin(), events.end(), code) > 0; }, timeoutMs);
-  }
-
-  // A file made by ffmpeg from `arguments` in the test's home; empty on failure.
-  QString Generate(const QString& name, const QStringList& arguments) {
-    const QString path = home.Root() + u'/' + name;
-    return QProcess::execute("ffmpeg", QStringList{"-nostdin", "-loglevel", "error", "-y"} +
-                                           arguments + QStringList{path}) == 0
-               ? path
-               : QString();
   }
 
   test::TempHome home;
@@ -138,6 +129,7 @@ TEST_F(GraphPlaybackTest, OpenPlayPauseToTheEndStopAndClose) {
   const int clearsBefore = output.ClearCount();
   graph.Close();
   EXPECT_TRUE(graph.CurrentPath().isEmpty());
+  EXPECT_TRUE(graph.Keyframes().empty());
   EXPECT_GT(output.ClearCount(), clearsBefore);
   EXPECT_FALSE(graph.Play());
   EXPECT_EQ(graph.GetDuration(), 0.0);
@@ -211,8 +203,9 @@ TEST_F(GraphPlaybackTest, AudioOnlyFileIsBuiltAgainInSoftware) {
 }
 
 TEST_F(GraphPlaybackTest, VideoWithoutSoundPlaysToItsEnd) {
-  const QString silent = Generate("silent.mp4", {"-i", FixturePath("pattern_h264_aac.mp4"), "-an",
-                                                 "-t", "1.2", "-c:v", "copy"});
+  const QString silent =
+      MakeMedia(home.Root(), "silent.mp4",
+                {"-i", FixturePath("pattern_h264_aac.mp4"), "-an", "-t", "1.2", "-c:v", "copy"});
   ASSERT_FALSE(silent.isEmpty());
   ASSERT_TRUE(graph.OpenFile(silent));
   EXPECT_TRUE(graph.VideoConnected());
@@ -225,8 +218,9 @@ TEST_F(GraphPlaybackTest, VideoWithoutSoundPlaysToItsEnd) {
 
 TEST_F(GraphPlaybackTest, PictureAbove2160pForcesTheHardwareMode) {
   if (HasHardwareH264()) GTEST_SKIP() << "this machine decodes H.264 in hardware";
-  const QString wide = Generate("wide.mkv", {"-f", "lavfi", "-i", "color=c=red:s=3848x16:r=5:d=0.4",
-                                             "-c:v", "libx264", "-preset", "ultrafast"});
+  const QString wide = MakeMedia(home.Root(), "wide.mkv",
+                                 {"-f", "lavfi", "-i", "color=c=red:s=3848x16:r=5:d=0.4", "-c:v",
+                                  "libx264", "-preset", "ultrafast"});
   ASSERT_FALSE(wide.isEmpty());
   ASSERT_TRUE(Settings::SetDword(setting::kLavHwAccel, kHwAccelNone));
   ASSERT_TRUE(graph.OpenFile(wide));
@@ -278,17 +272,14 @@ TEST_F(GraphPlaybackTest, RelativeSeeksStayInsideTheInput) {
 }
 
 TEST_F(GraphPlaybackTest, InputsThatCannotPlayFailCleanlyAndSoon) {
-  QByteArray noise(200 * 1024, '\0');
-  for (int i = 0; i < noise.size(); ++i) noise[i] = static_cast<char>((i * 7919 + 13) % 251);
-  QFile mp4(FixturePath("pattern_h264_aac.mp4"));
-  ASSERT_TRUE(mp4.open(QIODevice::ReadOnly));
   // An error ends the wait for streams at once; only a silent input would
   // meet the build's time-out. Nothing to play is seen at once as well.
   const std::pair<QString, int> inputs[] = {
       {home.Root() + "/missing.mkv", 8000},
-      {home.WriteFile("noise.mkv", noise), 8000},
+      {home.WriteFile("noise.mkv", test::NoiseBytes(200 * 1024)), 8000},
       {home.WriteFile("empty.mp4", QByteArray()), 8000},
-      {home.WriteFile("cut.mp4", mp4.read(4096)), 8000},  // the index sits at the end: gone
+      // The index sits at the end: gone.
+      {home.WriteFile("cut.mp4", test::FixtureBytes("pattern_h264_aac.mp4").left(4096)), 8000},
       {FixturePath("subtitles_only.mkv"), 2000},
       {FixturePath("multitrack_en.srt"), 2000},
       {FixturePath("data_only.ts"), 2000},
@@ -329,12 +320,10 @@ TEST_F(GraphPlaybackTest, MissingAudioStagesAndExtraStreamsDoNotHoldPlaybackBack
 }
 
 TEST_F(GraphPlaybackTest, AStreamCutInTheMiddleEndsTheInput) {
-  QFile file(FixturePath("pattern_h264_aac.mkv"));
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   test::HttpTestServer server;
   // Five seconds announced, about three sent (slowly, so the graph stands
   // first), then the connection drops.
-  server.Route("/cut.mkv", {.body = file.readAll(),
+  server.Route("/cut.mkv", {.body = test::FixtureBytes("pattern_h264_aac.mkv"),
                             .contentType = "video/x-matroska",
                             .trickleBytesPerSecond = 30'000,
                             .cutAfterBytes = 40'000});
@@ -355,13 +344,11 @@ TEST_F(GraphPlaybackTest, AStreamCutInTheMiddleEndsTheInput) {
 }
 
 TEST_F(GraphPlaybackTest, ASlowAddressBuffersThenPlaysAndKeepsTheUsersPause) {
-  QFile file(FixturePath("pattern_h264_aac.mkv"));
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   test::HttpTestServer server;
   // About 67 KB at 20 KB/s: slower than the clip plays.
-  server.Route(
-      "/slow.mkv",
-      {.body = file.readAll(), .contentType = "video/x-matroska", .trickleBytesPerSecond = 20'000});
+  server.Route("/slow.mkv", {.body = test::FixtureBytes("pattern_h264_aac.mkv"),
+                             .contentType = "video/x-matroska",
+                             .trickleBytesPerSecond = 20'000});
   std::vector<bool> results;
   graph.OpenUrlAsync(server.Url("/slow.mkv"), [&](bool opened) { results.push_back(opened); });
   ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
@@ -384,10 +371,9 @@ TEST_F(GraphPlaybackTest, ASlowAddressBuffersThenPlaysAndKeepsTheUsersPause) {
 }
 
 TEST_F(GraphPlaybackTest, AUrlOpensWhileTheInterfaceThreadGoesOn) {
-  QFile file(FixturePath("pattern_h264_aac.mkv"));
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   test::HttpTestServer server;
-  server.Route("/clip.mkv", {.body = file.readAll(), .contentType = "video/x-matroska"});
+  server.Route("/clip.mkv", {.body = test::FixtureBytes("pattern_h264_aac.mkv"),
+                             .contentType = "video/x-matroska"});
   server.Route("/silent.mkv", {.delayMs = 60'000});  // accepts, never answers
 
   int ticks = 0;

@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include <algorithm>
 
 namespace zelvaro {
@@ -93,13 +91,10 @@ TEST(ReadKeyframeIndexTest, InputsWithoutAnIndexGiveAnEmptyTable) {
   test::TempHome home;
   EXPECT_TRUE(ReadKeyframeIndex(test::FixturePath("cover_art.mp3")).empty());  // no video
   EXPECT_TRUE(ReadKeyframeIndex(home.Root() + "/missing.mkv").empty());
-  QByteArray noise(64 * 1024, '\0');
-  for (int i = 0; i < noise.size(); ++i) noise[i] = static_cast<char>((i * 7919 + 13) % 251);
-  EXPECT_TRUE(ReadKeyframeIndex(home.WriteFile("noise.mp4", noise)).empty());
-  QFile source(test::FixturePath("pattern_h264_aac.mkv"));
-  ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+  EXPECT_TRUE(ReadKeyframeIndex(home.WriteFile("noise.mp4", test::NoiseBytes(64 * 1024))).empty());
   // Cut short, the cues at the end are gone: no crash, and what is read stays sorted.
-  std::vector<int64_t> cut = ReadKeyframeIndex(home.WriteFile("cut.mkv", source.read(20000)));
+  std::vector<int64_t> cut = ReadKeyframeIndex(
+      home.WriteFile("cut.mkv", test::FixtureBytes("pattern_h264_aac.mkv").left(20000)));
   EXPECT_TRUE(std::is_sorted(cut.begin(), cut.end()));
 }
 

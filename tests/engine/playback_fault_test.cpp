@@ -11,14 +11,13 @@
 
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "tests/engine/audio_capture.h"
 #include "tests/engine/recording_video_output.h"
 #include "tests/support/http_test_server.h"
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
 #include <QCoreApplication>
-#include <QFile>
-#include <QProcess>
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
@@ -152,12 +151,11 @@ TEST_F(PlaybackFaultTest, HardwareDecoderFaultRebuildsInSoftwareWhereItStood) {
 
 TEST_F(PlaybackFaultTest, ANetworkAddressIsRebuiltOffTheInterfaceThread) {
   if (!StandIn()) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
-  QFile file(FixturePath("pattern_h264_aac.mkv"));
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   test::HttpTestServer server;
   // The rebuilt graph asks for the rest of the file from where it stood.
-  server.Route("/clip.mkv",
-               {.body = file.readAll(), .contentType = "video/x-matroska", .rangeRequests = true});
+  server.Route("/clip.mkv", {.body = test::FixtureBytes("pattern_h264_aac.mkv"),
+                             .contentType = "video/x-matroska",
+                             .rangeRequests = true});
   std::vector<bool> results;
   graph.OpenUrlAsync(server.Url("/clip.mkv"), [&](bool opened) { results.push_back(opened); });
   ASSERT_TRUE(WaitUntil([&] { return !results.empty(); }, kWaitMs));
@@ -176,11 +174,10 @@ TEST_F(PlaybackFaultTest, ANetworkAddressIsRebuiltOffTheInterfaceThread) {
 
 TEST_F(PlaybackFaultTest, AProfileTheHardwareCannotDecodeGoesToSoftwareAtOnce) {
   if (!StandIn()) GTEST_SKIP() << "this machine has a VA-API H.264 decoder of its own";
-  const QString full = home.Root() + "/high444.mkv";
-  ASSERT_EQ(QProcess::execute("ffmpeg", {"-nostdin", "-loglevel", "error", "-y", "-f", "lavfi",
-                                         "-i", "testsrc2=s=320x240:r=25:d=1", "-c:v", "libx264",
-                                         "-preset", "ultrafast", "-pix_fmt", "yuv444p", full}),
-            0);
+  const QString full = test::MakeMedia(home.Root(), "high444.mkv",
+                                       {"-f", "lavfi", "-i", "testsrc2=s=320x240:r=25:d=1", "-c:v",
+                                        "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv444p"});
+  ASSERT_FALSE(full.isEmpty());
   ASSERT_TRUE(graph.OpenFile(full));
   EXPECT_EQ(graph.GetDecoderInfo().videoDecoder, "avdec_h264");
   // While a stream it can take still goes to it.

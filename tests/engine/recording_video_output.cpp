@@ -62,36 +62,6 @@ void RecordingVideoOutput::SetProcAmpRanges(const std::vector<ProcAmpRange>& ran
   procAmpRanges_ = ranges;
 }
 
-std::vector<ProcAmpValues> RecordingVideoOutput::ProcAmpCalls() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return procAmpCalls_;
-}
-
-int RecordingVideoOutput::FrameCount() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return frameCount_;
-}
-
-VideoFramePtr RecordingVideoOutput::LastFrame() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return lastFrame_;
-}
-
-int RecordingVideoOutput::ClearCount() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return clearCount_;
-}
-
-QRect RecordingVideoOutput::DestinationRect() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return destination_;
-}
-
-std::vector<std::pair<std::string, int>> RecordingVideoOutput::Settings() const {
-  std::lock_guard<std::mutex> guard(mutex_);
-  return settings_;
-}
-
 void RecordingVideoOutput::ForgetSettings() {
   std::lock_guard<std::mutex> guard(mutex_);
   settings_.clear();
@@ -126,15 +96,9 @@ QColor PixelColor(const VideoFrame& frame, int x, int y) {
   double u = (cb - 128) * (full ? 1.0 : 255.0 / 224.0);
   double v = (cr - 128) * (full ? 1.0 : 255.0 / 224.0);
   // Kr and Kb of the frame's matrix.
-  double kr = 0.299;
-  double kb = 0.114;
-  if (frame.matrix == VideoColorMatrix::Bt709) {
-    kr = 0.2126;
-    kb = 0.0722;
-  } else if (frame.matrix == VideoColorMatrix::Bt2020) {
-    kr = 0.2627;
-    kb = 0.0593;
-  }
+  const auto [kr, kb] = frame.matrix == VideoColorMatrix::Bt709    ? std::pair(0.2126, 0.0722)
+                        : frame.matrix == VideoColorMatrix::Bt2020 ? std::pair(0.2627, 0.0593)
+                                                                   : std::pair(0.299, 0.114);
   double kg = 1.0 - kr - kb;
   double r = yv + 2.0 * (1.0 - kr) * v;
   double b = yv + 2.0 * (1.0 - kb) * u;

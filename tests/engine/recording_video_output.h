@@ -32,17 +32,24 @@ class RecordingVideoOutput : public VideoOutput {
   bool SetProcAmpValues(unsigned flags, const ProcAmpValues& values) override;
   // Brightness, contrast, hue, saturation, as the renderer orders them.
   void SetProcAmpRanges(const std::vector<ProcAmpRange>& ranges);
-  std::vector<ProcAmpValues> ProcAmpCalls() const;
+  std::vector<ProcAmpValues> ProcAmpCalls() const { return Read(procAmpCalls_); }
 
-  int FrameCount() const;
-  VideoFramePtr LastFrame() const;
-  int ClearCount() const;
-  QRect DestinationRect() const;
+  int FrameCount() const { return Read(frameCount_); }
+  VideoFramePtr LastFrame() const { return Read(lastFrame_); }
+  int ClearCount() const { return Read(clearCount_); }
+  QRect DestinationRect() const { return Read(destination_); }
   // Every named setting received, in order: ("rotation", 90), ("flip", 1).
-  std::vector<std::pair<std::string, int>> Settings() const;
+  std::vector<std::pair<std::string, int>> Settings() const { return Read(settings_); }
   void ForgetSettings();
 
  private:
+  // A copy of a member the streaming thread may be writing.
+  template <typename T>
+  T Read(const T& member) const {
+    std::lock_guard<std::mutex> guard(mutex_);
+    return member;
+  }
+
   QSize clientSize_;
   mutable std::mutex mutex_;
   int frameCount_ = 0;

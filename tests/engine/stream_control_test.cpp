@@ -12,8 +12,6 @@
 #include "tests/support/temp_home.h"
 #include "tests/support/test_paths.h"
 
-#include <QProcess>
-
 #include <gtest/gtest.h>
 
 namespace zelvaro {
@@ -148,18 +146,14 @@ TEST_F(StreamControlTest, SwitchingTheAudioTrackChangesTheSoundWithinHalfASecond
 
   // Tracks of different codecs, rates and channel counts: the shared chain
   // follows the format of the track that plays.
-  const QString mixed = home.Root() + "/mixed.mkv";
-  ASSERT_EQ(
-      QProcess::execute(
-          "ffmpeg",
-          {"-nostdin", "-loglevel", "error",   "-y",
-           "-f",       "lavfi",     "-i",      "sine=frequency=440:sample_rate=44100:duration=6",
-           "-f",       "lavfi",     "-i",      "sine=frequency=880:sample_rate=48000:duration=6",
-           "-map",     "0",         "-map",    "1",
-           "-c:a:0",   "aac",       "-ac:a:0", "2",
-           "-c:a:1",   "libopus",   "-ac:a:1", "1",
-           mixed}),
-      0);
+  const QString mixed = test::MakeMedia(
+      home.Root(), "mixed.mkv",
+      {"-f",     "lavfi",   "-i",      "sine=frequency=440:sample_rate=44100:duration=6",
+       "-f",     "lavfi",   "-i",      "sine=frequency=880:sample_rate=48000:duration=6",
+       "-map",   "0",       "-map",    "1",
+       "-c:a:0", "aac",     "-ac:a:0", "2",
+       "-c:a:1", "libopus", "-ac:a:1", "1"});
+  ASSERT_FALSE(mixed.isEmpty());
   ExpectSwitchWhilePlaying(graph, mixed, 440.0, 880.0);
   ASSERT_TRUE(graph.SelectAudioTrack(1));
   EXPECT_EQ(graph.GetDecoderInfo().audioCodec, "OPUS");

@@ -156,9 +156,8 @@ TEST(ThumbnailBadInputTest, GivesNoPreviews) {
     EXPECT_FALSE(thumbnails.Open(path, nullptr)) << qPrintable(path);
     EXPECT_FALSE(thumbnails.ready());
   }
-  QByteArray garbage(64 * 1024, '\0');
-  for (int i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>((i * 7919) >> 3);
-  const QString corrupt = home.WriteFile(QStringLiteral("corrupt.mp4"), garbage);
+  const QString corrupt =
+      home.WriteFile(QStringLiteral("corrupt.mp4"), test::NoiseBytes(64 * 1024));
   for (const QString& path : {corrupt, FixturePath("cover_art.mp3")}) {
     ASSERT_TRUE(thumbnails.Open(path, nullptr)) << qPrintable(path);
     ASSERT_TRUE(thumbnails.StartWorker());

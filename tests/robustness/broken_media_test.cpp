@@ -46,24 +46,18 @@ class BrokenMediaTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { home_ = std::make_unique<test::TempHome>(); }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void aPlaylistOfDamagedFilesPlaysThroughAnsweringKeys() {
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QStringList paths = MakeBrokenMedia(dir.path());
     QVERIFY2(paths.size() >= 100, qPrintable(QString::number(paths.size())));
-
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = player_.window;
+    GraphManager* graph = player_.graph;
     QVERIFY(test::ActivatePlayer(window));
     PlaylistModel* playlist = window->playlist();
-    GraphManager* graph = window->graph();
     playlist->Clear();
     for (const QString& path : paths) playlist->AddFile(path);
     playlist->RebuildFilter();
@@ -96,7 +90,7 @@ class BrokenMediaTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture player_;
 };
 
 }  // namespace zelvaro

@@ -55,6 +55,19 @@ inline bool OpenPlayClose(MainWindow* window, const QString& input, int timeoutM
   return played;
 }
 
+// Waits up to five seconds for the threads and descriptors a finished
+// pipeline held to go, to no more than `start`; the counts at the end.
+inline ProcessCounts WaitForSettledCounts(const ProcessCounts& start) {
+  ProcessCounts end;
+  (void)QTest::qWaitFor(
+      [&] {
+        end = ReadProcessCounts();
+        return end.fds <= start.fds && end.threads <= start.threads;
+      },
+      5000);
+  return end;
+}
+
 // Serves `path` at /clip on `server`, seekable; the address.
 inline QString ServeClip(HttpTestServer& server, const QString& path,
                          const QByteArray& contentType) {

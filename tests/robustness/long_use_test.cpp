@@ -11,12 +11,8 @@ class LongUseTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { home_ = std::make_unique<test::TempHome>(); }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(player_.Start()); }
+  void cleanup() { player_.Stop(); }
 
   void openCloseCyclesGiveBackDescriptorsAndThreads() {
     constexpr int kCycles = 60;
@@ -25,27 +21,17 @@ class LongUseTest : public QObject {
     const QStringList inputs = {test::PatternClip(),
                                 test::FixturePath(QStringLiteral("cover_silence.mp3")),
                                 test::ServeClip(server, test::PatternClip(), "video/mp4")};
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
-
     test::ProcessCounts start;
     for (int cycle = 0; cycle < kCycles; ++cycle) {
       // The first cycles load plug-ins and start pools that stay for good.
       if (cycle == kWarmUpCycles) start = test::ReadProcessCounts();
       const QString& input = inputs[cycle % inputs.size()];
-      QVERIFY2(test::OpenPlayClose(window, input),
+      QVERIFY2(test::OpenPlayClose(player_.window, input),
                qPrintable(QStringLiteral("cycle %1: %2").arg(cycle).arg(input)));
     }
-    // Threads end shortly after the pipeline they served.
-    test::ProcessCounts end;
-    (void)QTest::qWaitFor(
-        [&] {
-          end = test::ReadProcessCounts();
-          return end.fds <= start.fds && end.threads <= start.threads;
-        },
-        5000);
     // Fewer than at the start is fine: a pipeline still closing then, or a
     // pool that was busy, has let its descriptors and threads go since.
+    const test::ProcessCounts end = test::WaitForSettledCounts(start);
     QVERIFY2(end.fds <= start.fds,
              qPrintable(QStringLiteral("%1 > %2").arg(end.fds).arg(start.fds)));
     QVERIFY2(end.threads <= start.threads,
@@ -53,7 +39,7 @@ class LongUseTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture player_;
 };
 
 }  // namespace zelvaro

@@ -2,9 +2,7 @@
 #include "subtitles/subtitle_provider.h"
 
 #include "tests/subtitles/subtitle_test_support.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "tests/support/temp_home.h"
 
 #include <gtest/gtest.h>
 
@@ -16,13 +14,6 @@ using test::SumChannel;
 
 constexpr int64_t kSecond = 10'000'000;  // 100-ns units
 constexpr QSize kRenderSize{640, 360};
-
-int64_t CountOpaque(const QImage& image) {
-  int64_t count = 0;
-  for (int y = 0; y < image.height(); ++y)
-    for (int x = 0; x < image.width(); ++x) count += qAlpha(image.pixel(x, y)) != 0;
-  return count;
-}
 
 const char kScript[] =
     "[Script Info]\nScriptType: v4.00+\nPlayResX: 384\nPlayResY: 288\n\n"
@@ -40,11 +31,7 @@ const char kScript[] =
 class SubPicQueueTest : public ::testing::Test {
  protected:
   std::shared_ptr<CSubtitleProvider> Load(const QString& name, const QByteArray& bytes) {
-    const QString path = dir_.filePath(name);
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-    file.close();
+    const QString path = home_.WriteFile(name, bytes);
     auto provider = std::make_shared<CSubtitleProvider>();
     provider->SetRenderSize(kRenderSize);
     EXPECT_TRUE(provider->Load(path));
@@ -71,7 +58,7 @@ class SubPicQueueTest : public ::testing::Test {
 
   static int64_t Ms(int64_t ms) { return ms * 10'000; }
 
-  QTemporaryDir dir_;
+  test::TempHome home_;
   std::shared_ptr<CMemSubPicAllocator> allocator_;
   std::shared_ptr<CSubPicQueue> queue_;
 };
@@ -96,7 +83,7 @@ TEST_F(SubPicQueueTest, AStaticLineIsDrawnOnceForItsWholeWindowAndGapsGiveNothin
   EXPECT_GT(dirty.right(), kRenderSize.width() / 2);
   const int64_t opaque = CountOpaquePixels(*first);
   EXPECT_GT(opaque, 200);
-  EXPECT_EQ(CountOpaque(first->Image().copy(dirty)), opaque);
+  EXPECT_EQ(CountOpaquePixels(first->Image().copy(dirty)), opaque);
 }
 
 TEST_F(SubPicQueueTest, AFadeAnimatesFrameByFrameAndSettles) {
@@ -178,18 +165,13 @@ TEST_F(SubPicQueueTest, APictureOutlivesQueueAndProvider) {
   provider.reset();
   EXPECT_EQ(CountOpaquePixels(*picture), opaque);
   picture.reset();
-  EXPECT_EQ(CountOpaque(image), opaque);  // the image keeps the pixels on its own
+  EXPECT_EQ(CountOpaquePixels(image), opaque);  // the image keeps the pixels on its own
 }
 
 TEST(ProviderEventsTest, StartPositionAtAnEventsStopMovesToTheNext) {
-  QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("a.ass"));
-  QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(kScript);
-  file.close();
+  test::TempHome home;
   CSubtitleProvider provider;
-  ASSERT_TRUE(provider.Load(path));
+  ASSERT_TRUE(provider.Load(home.WriteFile(QStringLiteral("a.ass"), kScript)));
   EXPECT_EQ(provider.GetType(), SubtitleType::kAss);
   ASSERT_EQ(provider.GetEventCount(), 4u);
   EXPECT_EQ(provider.GetStartPosition(0), 1u);

@@ -2,12 +2,13 @@
 
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
+#include "tests/engine/recording_video_output.h"
 #include "tests/subtitles/subtitle_test_support.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/test_paths.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringEncoder>
@@ -133,8 +134,7 @@ TEST_F(SubtitleManagerTest, EveryFormatLoadsAsOneTrack) {
 
 TEST_F(SubtitleManagerTest, UnreadableFilesFailQuietlyAndClearThePreviousTrack) {
   ASSERT_TRUE(manager_.LoadSubtitle(Write(QStringLiteral("good.srt"), kSrt)));
-  QByteArray garbage;
-  for (int i = 0; i < 70000; ++i) garbage.append(static_cast<char>((i * 7919) % 251));
+  const QByteArray garbage = test::NoiseBytes(70000);
   QStringList paths = {Write(QStringLiteral("empty.srt"), QByteArray()),
                        home_.Root() + QStringLiteral("/missing.srt"), home_.Root(), QString()};
   for (const char* name : {"garbage.srt", "garbage.smi", "garbage.vtt", "garbage.ass"})
@@ -148,18 +148,6 @@ TEST_F(SubtitleManagerTest, UnreadableFilesFailQuietlyAndClearThePreviousTrack) 
   SubtitleManager uninitialised;
   EXPECT_FALSE(uninitialised.LoadSubtitle(Write(QStringLiteral("x.srt"), kSrt)));
   EXPECT_EQ(uninitialised.GetSubPic(2 * kSecond), nullptr);
-}
-
-// Runs the event loop until `condition` holds or 30 s have gone.
-template <typename Condition>
-bool WaitFor(Condition condition) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!condition()) {
-    if (timer.hasExpired(30'000)) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-  }
-  return true;
 }
 
 TEST_F(SubtitleManagerTest, AsyncLoadsReportOnTheCallersThreadAndTheNewestWins) {
@@ -181,7 +169,7 @@ TEST_F(SubtitleManagerTest, AsyncLoadsReportOnTheCallersThreadAndTheNewestWins) 
 
   load(bigPath);
   load(smallPath);
-  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  ASSERT_TRUE(test::WaitUntil([&] { return !reports.empty(); }, 30'000));
   EXPECT_FALSE(manager_.IsLoading());
   ASSERT_EQ(reports, (std::vector<std::pair<QString, bool>>{{QStringLiteral("small.srt"), true}}));
   ASSERT_EQ(manager_.GetTracks().size(), 1u);
@@ -197,7 +185,7 @@ TEST_F(SubtitleManagerTest, AsyncLoadsReportOnTheCallersThreadAndTheNewestWins) 
   manager_.Clear();
   EXPECT_FALSE(manager_.IsLoading());
   load(home_.Root() + QStringLiteral("/missing.srt"));
-  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  ASSERT_TRUE(test::WaitUntil([&] { return !reports.empty(); }, 30'000));
   EXPECT_EQ(reports,
             (std::vector<std::pair<QString, bool>>{{QStringLiteral("missing.srt"), false}}));
   EXPECT_FALSE(manager_.HasSubtitle());
@@ -207,7 +195,7 @@ TEST_F(SubtitleManagerTest, AsyncLoadsReportOnTheCallersThreadAndTheNewestWins) 
   load(Write(QStringLiteral("empty.ass"),
              "[Script Info]\nScriptType: v4.00+\n\n[Events]\nFormat: Layer, Start, End, "
              "Style, Text\n"));
-  ASSERT_TRUE(WaitFor([&] { return !reports.empty(); }));
+  ASSERT_TRUE(test::WaitUntil([&] { return !reports.empty(); }, 30'000));
   EXPECT_TRUE(reports[0].second);
   EXPECT_TRUE(manager_.HasSubtitle());
   EXPECT_EQ(manager_.GetSubPic(2 * kSecond), nullptr);

@@ -3,8 +3,6 @@
 #include "tests/subtitles/subtitle_test_support.h"
 #include "tests/support/temp_home.h"
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 #include <thread>

@@ -32,14 +32,10 @@ QByteArray EncodeAs(const std::string& utf8, const char* encoding) {
   return out;
 }
 
-int64_t CountOpaquePixels(const CMemSubPic& picture) {
+int64_t CountOpaquePixels(const QImage& image) {
   int64_t count = 0;
-  const QSize size = picture.GetSize();
-  for (int y = 0; y < size.height(); ++y) {
-    const uint8_t* row = picture.Bits() + static_cast<ptrdiff_t>(y) * picture.Pitch();
-    for (int x = 0; x < size.width(); ++x)
-      if (row[x * 4 + 3] != 0) ++count;
-  }
+  for (int y = 0; y < image.height(); ++y)
+    for (int x = 0; x < image.width(); ++x) count += qAlpha(image.pixel(x, y)) != 0;
   return count;
 }
 

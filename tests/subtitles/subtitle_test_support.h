@@ -15,8 +15,11 @@ namespace zelvaro::test {
 // test when the text can't be encoded.
 QByteArray EncodeAs(const std::string& utf8, const char* encoding);
 
-// The number of pixels with alpha above zero inside the picture.
-int64_t CountOpaquePixels(const CMemSubPic& picture);
+// The number of pixels with alpha above zero.
+int64_t CountOpaquePixels(const QImage& image);
+inline int64_t CountOpaquePixels(const CMemSubPic& picture) {
+  return CountOpaquePixels(picture.Image());
+}
 
 // The sum over all pixels of one channel (0 B, 1 G, 2 R, 3 A).
 int64_t SumChannel(const CMemSubPic& picture, int channel);

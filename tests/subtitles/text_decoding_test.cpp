@@ -28,22 +28,18 @@ QByteArray Utf16(const std::string& utf8, QStringConverter::Encoding encoding, b
   return encoder.encode(QString::fromStdString(utf8));
 }
 
-TEST(TextDecodingTest, ByteOrderMarksWin) {
+TEST(TextDecodingTest, ByteOrderMarksWinAndUtf16WithoutOneShowsByItsZeroBytes) {
   EXPECT_EQ(Decode("\xEF\xBB\xBF" + QByteArray::fromStdString(kKoreanSrt)).Utf8, kKoreanSrt);
   for (auto encoding : {QStringConverter::Utf16LE, QStringConverter::Utf16BE}) {
     const DecodedSubtitleText decoded = Decode(Utf16(kKoreanSrt, encoding, true));
     EXPECT_EQ(decoded.Utf8, kKoreanSrt);
     EXPECT_EQ(decoded.Encoding, encoding == QStringConverter::Utf16LE ? "UTF-16LE" : "UTF-16BE");
+    EXPECT_EQ(Decode(Utf16(kKoreanSrt, encoding, false)).Utf8, kKoreanSrt);
   }
   // A SAMI file with a UTF-16 mark is not taken for CP949.
   const std::string sami = "<SAMI><BODY><SYNC Start=0><P>자막</BODY></SAMI>";
   EXPECT_EQ(Decode(Utf16(sami, QStringConverter::Utf16LE, true), SubtitleTextKind::kSami).Utf8,
             sami);
-}
-
-TEST(TextDecodingTest, Utf16WithoutMarkIsRecognisedByItsZeroBytes) {
-  EXPECT_EQ(Decode(Utf16(kKoreanSrt, QStringConverter::Utf16LE, false)).Utf8, kKoreanSrt);
-  EXPECT_EQ(Decode(Utf16(kKoreanSrt, QStringConverter::Utf16BE, false)).Utf8, kKoreanSrt);
 }
 
 TEST(TextDecodingTest, ValidUtf8StaysAsItIsEvenForSami) {

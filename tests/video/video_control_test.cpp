@@ -89,11 +89,7 @@ void VideoControlTest::cleanup() {
 bool VideoControlTest::Open(const QSize& size, const QString& clip) {
   QFETCH(bool, painter);
   qputenv("ZELVARO_OPENGL", "force");
-  if (painter) {
-    qputenv("ZELVARO_NO_OPENGL", "1");
-  } else {
-    qunsetenv("ZELVARO_NO_OPENGL");
-  }
+  qputenv("ZELVARO_NO_OPENGL", painter ? "1" : "0");
   renderer_ = std::make_unique<VideoRenderer>();
   renderer_->resize(size);
   renderer_->show();
@@ -120,10 +116,8 @@ void VideoControlTest::turnsAndMirrorsThePicture() {
     const QSize shownSize = c.rotation % 180 ? QSize(240, 320) : QSize(320, 240);
     QTRY_VERIFY2_WITH_TIMEOUT(renderer_->DisplayedImage().size() == shownSize &&
                                   ShowsQuadrants(renderer_->DisplayedImage(), expected),
-                              qPrintable(QStringLiteral("rotation %1, flips %2 %3")
-                                             .arg(c.rotation)
-                                             .arg(c.flipHorizontal)
-                                             .arg(c.flipVertical)),
+                              qPrintable(QString::asprintf("rotation %d, flips %d %d", c.rotation,
+                                                           c.flipHorizontal, c.flipVertical)),
                               kWaitMs);
   }
 }
