@@ -3,35 +3,16 @@
 #include "library/sqlite_handle.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace zelvaro::test {
 
-QString LibraryTest::MediaDir() const {
-  const QString dir = home_.Root() + QStringLiteral("/media");
-  if (!mediaDirMade_) mediaDirMade_ = QDir().mkpath(dir);
-  return dir;
-}
-
 QString LibraryTest::MakeFile(const QString& name, int bytes) const {
-  // Plain POSIX calls: some tests make thousands of files.
-  const QString path = MediaDir() + u'/' + name;
-  const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (fd < 0) {
-    ADD_FAILURE() << "cannot create " << path.toStdString();
-    return path;
-  }
-  const QByteArray bytesToWrite(bytes, 'x');
-  if (bytes > 0 && ::write(fd, bytesToWrite.constData(), static_cast<size_t>(bytes)) != bytes)
-    ADD_FAILURE() << "cannot write " << path.toStdString();
-  ::close(fd);
-  return path;
+  return home_.WriteFile(QStringLiteral("media/") + name, QByteArray(bytes, 'x'));
 }
 
 std::vector<QString> LibraryTest::MakeFiles(const QStringList& names) const {

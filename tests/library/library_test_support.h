@@ -32,8 +32,8 @@ class LibraryTest : public ::testing::Test {
  protected:
   // playlist.db of this test's home.
   QString DbPath() const { return home_.DataHome() + QStringLiteral("/zelvaro/playlist.db"); }
-  // A folder for media files of this test (created).
-  QString MediaDir() const;
+  // The folder of this test's media files, made with the first of them.
+  QString MediaDir() const { return home_.Root() + QStringLiteral("/media"); }
   // Creates `name` in MediaDir() with `bytes` bytes; returns its path.
   QString MakeFile(const QString& name, int bytes = 0) const;
   std::vector<QString> MakeFiles(const QStringList& names) const;
@@ -42,9 +42,6 @@ class LibraryTest : public ::testing::Test {
   std::vector<QString> MakeLinkedFiles(const QStringList& names) const;
 
   TempHome home_;
-
- private:
-  mutable bool mediaDirMade_ = false;
 };
 
 // Reads the whole file; empty when it cannot be read.
@@ -86,6 +83,19 @@ class RecordingView : public PlaylistView {
   int clearSelections = 0;
   std::vector<std::pair<int, int>> progress;
 };
+
+// An item as a list holds it before its attributes are read: the name is the
+// path's last part.
+inline PlaylistItem Item(const QString& path, uint64_t size = 0, double duration = 0,
+                         uint64_t date = 0) {
+  PlaylistItem item;
+  item.file_path = path;
+  item.file_name = path.mid(path.lastIndexOf(u'/') + 1);
+  item.file_size = size;
+  item.duration = duration;
+  item.file_date = date;
+  return item;
+}
 
 // The paths of a list of items, for compact comparisons.
 QStringList PathsOf(const std::vector<PlaylistItem>& items);

@@ -16,13 +16,7 @@ namespace {
 using namespace Qt::StringLiterals;
 
 PlaylistItem Named(const QString& name, uint64_t size = 0, double duration = 0, uint64_t date = 0) {
-  PlaylistItem item;
-  item.file_path = u"/media/"_s + name;
-  item.file_name = name;
-  item.file_size = size;
-  item.duration = duration;
-  item.file_date = date;
-  return item;
+  return Item(u"/media/"_s + name, size, duration, date);
 }
 
 QStringList Words(const char* words) {
