@@ -47,11 +47,15 @@ std::string Sha256Of(const QByteArray& bytes) {
   return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString();
 }
 
+// Keeps each message and how many requests the server had seen by then.
 class RecordingUi : public UpdateUi {
  public:
+  explicit RecordingUi(const HttpTestServer* server) : server(server) {}
   bool Show(const Message& message) override {
     std::lock_guard lock(mutex);
     messages.push_back(message);
+    requestsSeen.push_back(server->RequestCount());
+    shown.notify_all();
     return answerYes;
   }
   std::vector<QString> Keys() {
@@ -60,8 +64,11 @@ class RecordingUi : public UpdateUi {
     for (const Message& message : messages) keys.push_back(message.textKey);
     return keys;
   }
+  const HttpTestServer* server;
   std::mutex mutex;
+  std::condition_variable shown;
   std::vector<Message> messages;
+  std::vector<int> requestsSeen;
   bool answerYes = true;
 };
 
@@ -117,7 +124,7 @@ class UpdateCheckTest : public ::testing::Test {
 
   TempHome home_;
   HttpTestServer server_;
-  std::shared_ptr<RecordingUi> ui_ = std::make_shared<RecordingUi>();
+  std::shared_ptr<RecordingUi> ui_ = std::make_shared<RecordingUi>(&server_);
   std::vector<StartedCommand> runs_;
   QByteArray savedTmp_;
   QString tempDir_;
@@ -256,13 +263,10 @@ TEST_F(UpdateCheckTest, PromptTakesReleaseNotesAndNoEndsTheCheck) {
 
 // Without a download the command runs at once, and really starts.
 TEST_F(UpdateCheckTest, CommandWithoutDownloadRuns) {
-  const QString script = installDir_ + QStringLiteral("/run.sh");
+  const QString script =
+      home_.WriteFile(u"data/zelvaro/run.sh"_qs, "#!/bin/sh\necho \"$1\" > \"$2\"\n");
+  QFile::setPermissions(script, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
   const QString marker = installDir_ + QStringLiteral("/ran");
-  QFile file(script);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write("#!/bin/sh\necho \"$1\" > \"$2\"\n");
-  file.close();
-  file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
   Reply({{"update_available", true},
          {"force_update", true},
          {"run_cmd", "%INST_DIR%/run.sh"},
@@ -344,27 +348,14 @@ TEST_F(UpdateCheckTest, CommandsOutsideAreRefused) {
 // has ended (here, after its box).
 TEST_F(UpdateCheckTest, SecondCheckWaitsForTheFirst) {
   server_.Route(kCheckPath, {.body = R"({"result":"success","data":{}})", .delayMs = 300});
-  struct CountingUi : UpdateUi {
-    explicit CountingUi(HttpTestServer* server) : server(server) {}
-    bool Show(const Message&) override {
-      std::lock_guard lock(mutex);
-      requestsSeen.push_back(server->RequestCount());
-      shown.notify_all();
-      return false;
-    }
-    HttpTestServer* server;
-    std::mutex mutex;
-    std::condition_variable shown;
-    std::vector<int> requestsSeen;
-  };
-  auto ui = std::make_shared<CountingUi>(&server_);
   UpdateChecker& checker = UpdateChecker::Instance();
-  checker.SetUi(ui);
+  checker.SetUi(ui_);
   checker.StartCheck(/*silent=*/false);
   checker.StartCheck(/*silent=*/false);
-  std::unique_lock lock(ui->mutex);
-  ui->shown.wait_for(lock, std::chrono::seconds(10), [&] { return ui->requestsSeen.size() >= 2; });
-  EXPECT_EQ(ui->requestsSeen, (std::vector<int>{1, 2}));
+  std::unique_lock lock(ui_->mutex);
+  ui_->shown.wait_for(lock, std::chrono::seconds(10),
+                      [&] { return ui_->requestsSeen.size() >= 2; });
+  EXPECT_EQ(ui_->requestsSeen, (std::vector<int>{1, 2}));
   lock.unlock();
   checker.Shutdown();
 }
