@@ -4,6 +4,7 @@
 #include "foundation/settings.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings_document.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
 
 #include <QCoreApplication>
@@ -26,11 +27,6 @@
 
 namespace zelvaro {
 namespace {
-
-QByteArray ReadAll(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 class SettingsTest : public testing::Test {
  protected:
@@ -118,7 +114,7 @@ TEST_F(SettingsTest, TextSurvivesTheFileWhateverItHolds) {
   ASSERT_TRUE(Settings::GetBackupString(u" odd=name[#", &value));
   EXPECT_EQ(value, tricky);
   // The file must still parse as a whole after holding such text.
-  EXPECT_TRUE(SettingsDocument::Parse(ReadAll(Settings::StoreFilePath())).has_value());
+  EXPECT_TRUE(SettingsDocument::Parse(test::ReadFileBytes(Settings::StoreFilePath())).has_value());
 }
 
 TEST_F(SettingsTest, ReaderRulesApplyToValuesWrittenByOthers) {
@@ -183,7 +179,7 @@ TEST_F(SettingsTest, DamagedFileMeansDefaultsAndIsKeptAsideOnTheNextWrite) {
   const QStringList aside =
       store.dir().entryList({store.fileName() + QStringLiteral(".damaged-*")});
   ASSERT_EQ(aside.size(), 1);
-  EXPECT_EQ(ReadAll(store.dir().filePath(aside.front())), damaged);  // byte for byte
+  EXPECT_EQ(test::ReadFileBytes(store.dir().filePath(aside.front())), damaged);  // byte for byte
   uint32_t muted = 0;
   EXPECT_TRUE(Settings::GetDword(setting::kMuted, &muted));
   EXPECT_FALSE(Settings::GetDword(setting::kVolume, &volume));
@@ -210,7 +206,8 @@ TEST_F(SettingsTest, AnUnreadableLineIsSkippedAndKept) {
   EXPECT_EQ(readAll(), 19);
   ASSERT_TRUE(Settings::SetDword(setting::kMuted, 1));
   EXPECT_EQ(readAll(), 19);
-  EXPECT_TRUE(ReadAll(Settings::StoreFilePath()).contains("\nValue7=qword:12 <- edited by hand\n"));
+  EXPECT_TRUE(test::ReadFileBytes(Settings::StoreFilePath())
+                  .contains("\nValue7=qword:12 <- edited by hand\n"));
   const QFileInfo store(Settings::StoreFilePath());
   EXPECT_TRUE(store.dir().entryList({QStringLiteral("*.damaged-*")}).isEmpty());
 }

@@ -2,10 +2,7 @@
 
 #include "library/sqlite_handle.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QThread>
 
 #include <unistd.h>
 
@@ -35,12 +32,6 @@ std::vector<QString> LibraryTest::MakeLinkedFiles(const QStringList& names) cons
   return paths;
 }
 
-QByteArray ReadFileBytes(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return {};
-  return file.readAll();
-}
-
 std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql) {
   std::vector<std::string> rows;
   sqlite3* raw = nullptr;
@@ -65,17 +56,6 @@ bool ExecRaw(const QString& dbPath, const std::string& sql) {
   SqliteConnection db(raw);
   sqlite3_busy_timeout(db.get(), 5000);
   return ExecSql(db.get(), sql.c_str()) == SQLITE_OK;
-}
-
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!condition()) {
-    if (timer.elapsed() > timeoutMs) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    QThread::msleep(1);
-  }
-  return true;
 }
 
 QStringList PathsOf(const std::vector<PlaylistItem>& items) {

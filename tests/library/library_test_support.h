@@ -6,7 +6,9 @@
 
 #include "library/playlist_database.h"
 #include "library/playlist_view.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/wait_until.h"
 
 #include <QByteArray>
 #include <QString>
@@ -44,17 +46,11 @@ class LibraryTest : public ::testing::Test {
   TempHome home_;
 };
 
-// Reads the whole file; empty when it cannot be read.
-QByteArray ReadFileBytes(const QString& path);
-
 // Runs `sql` on a separate raw connection to `dbPath` and returns the first
 // column of each row as text (NULL as "<null>").
 std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql);
 // Runs statements on a separate raw connection; true when all succeed.
 bool ExecRaw(const QString& dbPath, const std::string& sql);
-
-// Pumps events until `condition` holds; false after `timeoutMs`.
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
 
 // A PlaylistView that records what the model asked of it and holds a
 // selection the test sets.

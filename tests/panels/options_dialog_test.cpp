@@ -18,6 +18,7 @@
 #include "panels/file_associations.h"
 #include "panels/general_options.h"
 #include "tests/app/shell_test_support.h"
+#include "tests/support/read_file.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -32,11 +33,6 @@ namespace zelvaro {
 namespace {
 
 using G = GeneralOptions;
-
-QByteArray StoreBytes() {
-  QFile file(Settings::StoreFilePath());
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // The three pages and a shown dialog over them.
 struct Fixture {
@@ -144,7 +140,7 @@ class OptionsDialogTest : public QObject {
 
   void cancelWritesNothing() {
     Settings::SetDword(setting::kAudioBoost, 50);
-    const QByteArray before = StoreBytes();
+    const QByteArray before = test::ReadFileBytes(Settings::StoreFilePath());
     {
       Fixture f;
       for (int id :
@@ -156,7 +152,7 @@ class OptionsDialogTest : public QObject {
       f.dialog->cancelButton()->click();
       QCOMPARE(rejected.count(), 1);
     }
-    QCOMPARE(StoreBytes(), before);
+    QCOMPARE(test::ReadFileBytes(Settings::StoreFilePath()), before);
     QCOMPARE(RememberWindowPos, true);
     QCOMPARE(GlobalMediaKeys, false);
   }

@@ -5,7 +5,9 @@
 #include "foundation/setting_names.h"
 #include "foundation/settings.h"
 #include "tests/support/http_test_server.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/wait_until.h"
 #include "update/update_checker.h"
 
 #include <QCoreApplication>
@@ -32,11 +34,6 @@ using test::TempHome;
 using Json = nlohmann::json;
 
 constexpr char kCheckPath[] = "/api/zelvaro/v1/checkUpdate";
-
-QByteArray ReadAll(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 Json With(Json base, const Json& changes) {
   base.update(changes);
@@ -208,7 +205,7 @@ TEST_F(UpdateCheckTest, LatestVersionShownAfterSideFilesUnlessSilent) {
             {"run_cmd", "%INST_DIR%/bin/tool.bin"},
             {"run_arg", "--quiet \"%INST_DIR%/a b\""}}}}});
   MakeCheck().Run(/*silent=*/true);
-  EXPECT_EQ(ReadAll(installDir_ + QStringLiteral("/bin/tool.bin")), "tool v2");
+  EXPECT_EQ(test::ReadFileBytes(installDir_ + QStringLiteral("/bin/tool.bin")), "tool v2");
   EXPECT_EQ(Settings::GetDwordOr(u"filever_tool", 0), 2u);
   ASSERT_EQ(runs_.size(), 1u);
   EXPECT_EQ(runs_[0].program,
@@ -246,7 +243,7 @@ TEST_F(UpdateCheckTest, PromptTakesReleaseNotesAndNoEndsTheCheck) {
   ui_->answerYes = true;
   MakeCheck().Run(true);
   const QString saved = tempDir_ + QStringLiteral("/zelvaro-setup/new/setup.sh");
-  EXPECT_EQ(ReadAll(saved), installer);
+  EXPECT_EQ(test::ReadFileBytes(saved), installer);
   ASSERT_EQ(runs_.size(), 1u);
   EXPECT_EQ(runs_[0].program, QFileInfo(saved).canonicalFilePath());
   // A forced update is fetched without asking, even on a silent check.
@@ -258,7 +255,7 @@ TEST_F(UpdateCheckTest, PromptTakesReleaseNotesAndNoEndsTheCheck) {
          {"sha256", Sha256Of("package")}});
   MakeCheck().Run(true);
   EXPECT_TRUE(ui_->messages.empty());
-  EXPECT_EQ(ReadAll(installDir_ + QStringLiteral("/pkg")), "package");
+  EXPECT_EQ(test::ReadFileBytes(installDir_ + QStringLiteral("/pkg")), "package");
 }
 
 // Without a download the command runs at once, and really starts.
@@ -274,11 +271,7 @@ TEST_F(UpdateCheckTest, CommandWithoutDownloadRuns) {
   UpdateEnvironment environment;
   environment.ui = ui_;
   UpdateCheck(std::move(environment)).Run(true);
-  QDeadlineTimer deadline(10000);
-  while (ReadAll(marker) != "hello\n" && !deadline.hasExpired()) {
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-  }
-  EXPECT_EQ(ReadAll(marker), "hello\n");
+  EXPECT_TRUE(test::WaitUntil([&] { return test::ReadFileBytes(marker) == "hello\n"; }));
 }
 
 // What a hostile reply may try with the main download: each is refused with
@@ -317,7 +310,7 @@ TEST_F(UpdateCheckTest, HostileDownloadsAreRefused) {
     ui_->messages.clear();
     Reply(testCase.data);
     MakeCheck().Run(true);
-    EXPECT_EQ(ReadAll(old), "old");
+    EXPECT_EQ(test::ReadFileBytes(old), "old");
     EXPECT_TRUE(runs_.empty());
     EXPECT_EQ(ui_->Keys(), std::vector<QString>{QStringLiteral("Update.DownloadError")});
     EXPECT_EQ(QDir(outsideDir_).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
@@ -339,7 +332,7 @@ TEST_F(UpdateCheckTest, CommandsOutsideAreRefused) {
               {"sha256", Sha256Of("f")},
               {"run_cmd", command}}}}});
     MakeCheck().Run(true);
-    EXPECT_EQ(ReadAll(installDir_ + QStringLiteral("/f")), "f");
+    EXPECT_EQ(test::ReadFileBytes(installDir_ + QStringLiteral("/f")), "f");
     EXPECT_TRUE(runs_.empty());
   }
 }
