@@ -4,6 +4,7 @@
 #include "foundation/settings.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings_document.h"
+#include "tests/support/child_process.h"
 #include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
 
@@ -20,10 +21,7 @@
 #include <cstring>
 #include <thread>
 
-#include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace zelvaro {
 namespace {
@@ -357,32 +355,22 @@ TEST(SettingsKillTest, KilledAtRandomMomentsTheFileIsOldOrNewNeverAMix) {
   for (int round = 0; round < kRounds; ++round) {
     int channel[2];
     ASSERT_EQ(::pipe(channel), 0);
-    std::fflush(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const pid_t child = test::ForkChild([&] {
       ::close(channel[0]);
       for (int write = 0;; ++write) {
-        if (!Settings::SetBackupString(u"Big", write % 2 == 0 ? bigB : bigA)) ::_exit(10);
-        const char done = 'W';
-        if (::write(channel[1], &done, 1) != 1) ::_exit(11);
+        if (!Settings::SetBackupString(u"Big", write % 2 == 0 ? bigB : bigA)) return 10;
+        test::WriteByte(channel[1], 'W');
       }
-    }
+    });
     ::close(channel[1]);
     // Two writes to learn how long one takes, then a kill somewhere inside one.
-    auto readByte = [&] {
-      pollfd entry{channel[0], POLLIN, 0};
-      char byte = 0;
-      return ::poll(&entry, 1, 30000) == 1 && ::read(channel[0], &byte, 1) == 1 && byte == 'W';
-    };
-    ASSERT_TRUE(readByte());
+    ASSERT_EQ(test::ReadByte(channel[0], 30000), 'W');
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_TRUE(readByte());
+    ASSERT_EQ(test::ReadByte(channel[0], 30000), 'W');
     const auto writeTime = std::chrono::steady_clock::now() - start;
     std::this_thread::sleep_for(writeTime * random.bounded(1000) / 1000);
     ::kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "round " << round;
+    ASSERT_EQ(test::WaitForExit(child), -SIGKILL) << "round " << round;
     ::close(channel[0]);
     const QFileInfo store(Settings::StoreFilePath());
     if (!store.dir().entryList({QStringLiteral("*.tmp-*")}).isEmpty()) ++killsMidWrite;

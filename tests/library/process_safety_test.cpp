@@ -1,65 +1,24 @@
-// Two players on one database, and a player killed in the middle of a save.
-// The other processes are forked from the test: each child opens a real
-// PlaylistDatabase on the same file and leaves with _exit, so nothing of the
-// test framework runs twice.
+// Two players on one database, and a player killed in the middle of a save:
+// each forked child opens a real PlaylistDatabase on the same file.
 
 #include "library/favorites_database.h"
 #include "library/playlist_database.h"
 #include "library/playlist_save_queue.h"
 #include "tests/library/library_test_support.h"
+#include "tests/support/child_process.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
-#include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace zelvaro::test {
 namespace {
 
 using namespace Qt::StringLiterals;
-
-// Forks a child that runs `body` and exits with its result (99 on an exception).
-pid_t ForkChild(const std::function<int()>& body) {
-  std::fflush(nullptr);
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    int code = 99;
-    try {
-      code = body();
-    } catch (...) {
-    }
-    ::_exit(code);
-  }
-  return pid;
-}
-
-// The exit code, or -signal when the child was killed.
-int WaitForExit(pid_t pid) {
-  int status = 0;
-  if (::waitpid(pid, &status, 0) != pid) return -1000;
-  if (WIFEXITED(status)) return WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) return -WTERMSIG(status);
-  return -1001;
-}
-
-// Reads one byte from `fd` within `timeoutMs`; 0 on time-out or end of file.
-char ReadByte(int fd, int timeoutMs) {
-  pollfd entry{fd, POLLIN, 0};
-  if (::poll(&entry, 1, timeoutMs) <= 0) return 0;
-  char byte = 0;
-  return ::read(fd, &byte, 1) == 1 ? byte : 0;
-}
-
-void WriteByte(int fd, char byte) {
-  [[maybe_unused]] const ssize_t written = ::write(fd, &byte, 1);
-}
 
 // A whole list: `count` items named <tag>/<index>, padded so that a big list
 // no longer fits SQLite's page cache and a save writes to the file before its
