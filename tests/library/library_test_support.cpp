@@ -32,6 +32,10 @@ std::vector<QString> LibraryTest::MakeLinkedFiles(const QStringList& names) cons
   return paths;
 }
 
+int LibraryTest::Rows(const std::string& table) const {
+  return std::stoi(QueryColumn(DbPath(), "SELECT COUNT(*) FROM " + table + ";").at(0));
+}
+
 std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql) {
   std::vector<std::string> rows;
   sqlite3* raw = nullptr;

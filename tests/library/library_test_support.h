@@ -42,6 +42,8 @@ class LibraryTest : public ::testing::Test {
   // Many names for one empty file (hard links): thousands of directory
   // entries without the cost of thousands of new files.
   std::vector<QString> MakeLinkedFiles(const QStringList& names) const;
+  // The rows of `table` in playlist.db, counted on a connection of its own.
+  int Rows(const std::string& table) const;
 
   TempHome home_;
 };

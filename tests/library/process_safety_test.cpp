@@ -85,10 +85,8 @@ TEST_F(ProcessSafetyTest, TwoPlayersSavingAtOnceLoseNothingEitherCommitted) {
   EXPECT_EQ(WaitForExit(second), 0);
 
   // Every recent file and favourite of both players is there.
-  EXPECT_EQ(QueryColumn(DbPath(), "SELECT COUNT(*) FROM recent_files;"),
-            std::vector<std::string>{std::to_string(2 * kRounds)});
-  EXPECT_EQ(QueryColumn(DbPath(), "SELECT COUNT(*) FROM favorite_items;"),
-            std::vector<std::string>{std::to_string(2 * kRounds)});
+  EXPECT_EQ(Rows("recent_files"), 2 * kRounds);
+  EXPECT_EQ(Rows("favorite_items"), 2 * kRounds);
   // The playlist is one player's last list, whole.
   PlaylistDatabase db;
   ASSERT_TRUE(db.Open());
