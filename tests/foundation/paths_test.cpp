@@ -8,12 +8,13 @@
 #include "foundation/shell_paths.h"
 #include "foundation/text_conversion.h"
 #include "tests/support/http_test_server.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/wait_until.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -25,22 +26,6 @@
 
 namespace zelvaro {
 namespace {
-
-QByteArray ReadAll(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-// Runs the event loop until `done` holds or the time is up.
-template <typename Condition>
-bool WaitFor(Condition&& done, int timeoutMs = 10000) {
-  QDeadlineTimer deadline(timeoutMs);
-  while (!done()) {
-    if (deadline.hasExpired()) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-  }
-  return true;
-}
 
 TEST(MediaTypesTest, ScannedExtensionsAndPatterns) {
   EXPECT_TRUE(IsSupportedExtension(u".MKV"));
@@ -122,7 +107,7 @@ TEST(ShowInExplorerTest, SelectsTheFileThroughTheFileManager) {
                                  QDBusConnection::ExportAllSlots));
   ASSERT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.FileManager1")));
   EXPECT_TRUE(ShowInExplorer(file));
-  EXPECT_TRUE(WaitFor([&] { return !service.shown.isEmpty(); }));
+  EXPECT_TRUE(test::WaitUntil([&] { return !service.shown.isEmpty(); }));
   EXPECT_EQ(service.shown, QStringList{QUrl::fromLocalFile(file).toString()});
   bus.unregisterService(QStringLiteral("org.freedesktop.FileManager1"));
   bus.unregisterObject(QStringLiteral("/org/freedesktop/FileManager1"));
@@ -143,8 +128,8 @@ TEST(ShowInExplorerTest, AMissingFileOpensItsFolder) {
   qputenv("PATH", QFile::encodeName(bin) + ':' + oldPath);
 
   EXPECT_TRUE(ShowInExplorer(home.Root() + QStringLiteral("/gone/away.mkv")));
-  EXPECT_TRUE(WaitFor([&] { return QFileInfo(record).size() > 0; }));
-  EXPECT_EQ(ReadAll(record), QFile::encodeName(home.Root() + QStringLiteral("/gone")));
+  EXPECT_TRUE(test::WaitUntil([&] { return QFileInfo(record).size() > 0; }));
+  EXPECT_EQ(test::ReadFileBytes(record), QFile::encodeName(home.Root() + QStringLiteral("/gone")));
   EXPECT_FALSE(ShowInExplorer(QStringLiteral("no-folder-part.mkv")));
   qputenv("PATH", oldPath);
 }
@@ -161,12 +146,12 @@ TEST_F(DownloadTest, SavesTheBodyAndCountsAnErrorPageAsADownload) {
   for (int i = 0; i < body.size(); ++i) body[i] = static_cast<char>(i * 7);
   server_.Route("/file", {.body = body, .contentType = "application/octet-stream"});
   ASSERT_TRUE(DownloadToFile(server_.Url(QStringLiteral("/file")), Target(), "Zelvaro-test"));
-  EXPECT_EQ(ReadAll(Target()), body);
+  EXPECT_EQ(test::ReadFileBytes(Target()), body);
   ASSERT_EQ(server_.RequestCount(), 1);
   EXPECT_TRUE(server_.Requests().front().headers.contains("User-Agent: Zelvaro-test"));
 
   ASSERT_TRUE(DownloadToFile(server_.Url(QStringLiteral("/missing")), Target(), "Zelvaro-test"));
-  EXPECT_EQ(ReadAll(Target()), QByteArray("not found"));
+  EXPECT_EQ(test::ReadFileBytes(Target()), QByteArray("not found"));
 }
 
 TEST_F(DownloadTest, RefusesPlainHttpAwayFromLoopbackAndRedirectsToIt) {

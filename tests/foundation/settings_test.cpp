@@ -4,6 +4,8 @@
 #include "foundation/settings.h"
 #include "foundation/setting_names.h"
 #include "foundation/settings_document.h"
+#include "tests/support/child_process.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
 
 #include <QCoreApplication>
@@ -19,18 +21,10 @@
 #include <cstring>
 #include <thread>
 
-#include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace zelvaro {
 namespace {
-
-QByteArray ReadAll(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 class SettingsTest : public testing::Test {
  protected:
@@ -84,6 +78,9 @@ TEST_F(SettingsTest, ValuesRoundTripWithTheirTypesKeptApart) {
   uint32_t sameX = 0;
   EXPECT_TRUE(Settings::GetDword(u"windowx", &sameX));
   EXPECT_EQ(sameX, x);
+  // An empty name is refused rather than written as a line no reader takes.
+  EXPECT_FALSE(Settings::SetDword(u"", 1));
+  EXPECT_TRUE(Settings::GetDword(setting::kWindowX, &sameX));
 }
 
 TEST_F(SettingsTest, MainStringsStopAt511CharactersBackupStringsDoNot) {
@@ -115,12 +112,17 @@ TEST_F(SettingsTest, TextSurvivesTheFileWhateverItHolds) {
   ASSERT_TRUE(Settings::GetBackupString(u" odd=name[#", &value));
   EXPECT_EQ(value, tricky);
   // The file must still parse as a whole after holding such text.
-  EXPECT_TRUE(SettingsDocument::Parse(ReadAll(Settings::StoreFilePath())).has_value());
+  EXPECT_TRUE(SettingsDocument::Parse(test::ReadFileBytes(Settings::StoreFilePath())).has_value());
 }
 
 TEST_F(SettingsTest, ReaderRulesApplyToValuesWrittenByOthers) {
+  ASSERT_TRUE(Settings::SetDword(setting::kVolume, 10));
+  uint32_t number = 0;
+  ASSERT_TRUE(Settings::GetDword(setting::kVolume, &number));
+  // Written after a read: the next read sees it.
   WriteStoreFile(
       "[Zelvaro]\n"
+      "Volume=dword:77\n"
       "Language=expand_sz:\"$HOME/ko\"\n"
       "NoTerminator=sz:hex:6b006f00\n"
       "OddLength=sz:hex:6b006f0000\n"
@@ -130,6 +132,8 @@ TEST_F(SettingsTest, ReaderRulesApplyToValuesWrittenByOthers) {
       "[Backup]\n"
       ".avi=sz:hex:\n"
       ".mp4=sz:hex:0000\n");
+  ASSERT_TRUE(Settings::GetDword(setting::kVolume, &number));
+  EXPECT_EQ(number, 77u);
   QString value;
   ASSERT_TRUE(Settings::GetString(setting::kLanguage, &value));
   EXPECT_EQ(value, QStringLiteral("$HOME/ko"));  // accepted, never expanded
@@ -141,21 +145,12 @@ TEST_F(SettingsTest, ReaderRulesApplyToValuesWrittenByOthers) {
   EXPECT_TRUE(value.isEmpty());
   EXPECT_TRUE(Settings::GetString(u"EarlyNul", &value));
   EXPECT_EQ(value, QStringLiteral("k"));
-  uint32_t number = 9;
+  number = 9;
   EXPECT_FALSE(Settings::GetDword(u"Small", &number));  // binary never passes for a DWORD
   EXPECT_EQ(number, 9u);
   EXPECT_FALSE(Settings::GetBackupString(u".avi", &value));  // no characters at all
   EXPECT_TRUE(Settings::GetBackupString(u".mp4", &value));
   EXPECT_TRUE(value.isEmpty());
-}
-
-TEST_F(SettingsTest, ChangesByAnotherWriterAreSeenAtTheNextRead) {
-  ASSERT_TRUE(Settings::SetDword(setting::kVolume, 10));
-  uint32_t volume = 0;
-  ASSERT_TRUE(Settings::GetDword(setting::kVolume, &volume));
-  WriteStoreFile("[Zelvaro]\nVolume=dword:77\n");
-  ASSERT_TRUE(Settings::GetDword(setting::kVolume, &volume));
-  EXPECT_EQ(volume, 77u);
 }
 
 TEST_F(SettingsTest, BackupValuesAreDeletedOnlyWhenPresent) {
@@ -182,7 +177,7 @@ TEST_F(SettingsTest, DamagedFileMeansDefaultsAndIsKeptAsideOnTheNextWrite) {
   const QStringList aside =
       store.dir().entryList({store.fileName() + QStringLiteral(".damaged-*")});
   ASSERT_EQ(aside.size(), 1);
-  EXPECT_EQ(ReadAll(store.dir().filePath(aside.front())), damaged);  // byte for byte
+  EXPECT_EQ(test::ReadFileBytes(store.dir().filePath(aside.front())), damaged);  // byte for byte
   uint32_t muted = 0;
   EXPECT_TRUE(Settings::GetDword(setting::kMuted, &muted));
   EXPECT_FALSE(Settings::GetDword(setting::kVolume, &volume));
@@ -209,16 +204,10 @@ TEST_F(SettingsTest, AnUnreadableLineIsSkippedAndKept) {
   EXPECT_EQ(readAll(), 19);
   ASSERT_TRUE(Settings::SetDword(setting::kMuted, 1));
   EXPECT_EQ(readAll(), 19);
-  EXPECT_TRUE(ReadAll(Settings::StoreFilePath()).contains("\nValue7=qword:12 <- edited by hand\n"));
+  EXPECT_TRUE(test::ReadFileBytes(Settings::StoreFilePath())
+                  .contains("\nValue7=qword:12 <- edited by hand\n"));
   const QFileInfo store(Settings::StoreFilePath());
   EXPECT_TRUE(store.dir().entryList({QStringLiteral("*.damaged-*")}).isEmpty());
-}
-
-TEST_F(SettingsTest, EmptyNamesAreRefusedRatherThanWrittenAsAnUnreadableLine) {
-  EXPECT_FALSE(Settings::SetDword(u"", 1));
-  ASSERT_TRUE(Settings::SetDword(setting::kVolume, 5));
-  uint32_t volume = 0;
-  EXPECT_TRUE(Settings::GetDword(setting::kVolume, &volume));
 }
 
 // Each unreadable line is skipped, goes back into the section it stood in,
@@ -366,32 +355,22 @@ TEST(SettingsKillTest, KilledAtRandomMomentsTheFileIsOldOrNewNeverAMix) {
   for (int round = 0; round < kRounds; ++round) {
     int channel[2];
     ASSERT_EQ(::pipe(channel), 0);
-    std::fflush(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const pid_t child = test::ForkChild([&] {
       ::close(channel[0]);
       for (int write = 0;; ++write) {
-        if (!Settings::SetBackupString(u"Big", write % 2 == 0 ? bigB : bigA)) ::_exit(10);
-        const char done = 'W';
-        if (::write(channel[1], &done, 1) != 1) ::_exit(11);
+        if (!Settings::SetBackupString(u"Big", write % 2 == 0 ? bigB : bigA)) return 10;
+        test::WriteByte(channel[1], 'W');
       }
-    }
+    });
     ::close(channel[1]);
     // Two writes to learn how long one takes, then a kill somewhere inside one.
-    auto readByte = [&] {
-      pollfd entry{channel[0], POLLIN, 0};
-      char byte = 0;
-      return ::poll(&entry, 1, 30000) == 1 && ::read(channel[0], &byte, 1) == 1 && byte == 'W';
-    };
-    ASSERT_TRUE(readByte());
+    ASSERT_EQ(test::ReadByte(channel[0], 30000), 'W');
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_TRUE(readByte());
+    ASSERT_EQ(test::ReadByte(channel[0], 30000), 'W');
     const auto writeTime = std::chrono::steady_clock::now() - start;
     std::this_thread::sleep_for(writeTime * random.bounded(1000) / 1000);
     ::kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "round " << round;
+    ASSERT_EQ(test::WaitForExit(child), -SIGKILL) << "round " << round;
     ::close(channel[0]);
     const QFileInfo store(Settings::StoreFilePath());
     if (!store.dir().entryList({QStringLiteral("*.tmp-*")}).isEmpty()) ++killsMidWrite;

@@ -16,7 +16,6 @@ class FavoritesDatabaseTest : public LibraryTest {
     LanguageManager::Instance().Initialize(SourceDir() + u'/', QLocale::English);
   }
   void TearDown() override { LanguageManager::Instance().ResetForTesting(); }
-  int Count(const char* sql) { return std::stoi(QueryColumn(DbPath(), sql).at(0)); }
 };
 
 // The default group is named once, in the language of its creation, and
@@ -66,7 +65,7 @@ TEST_F(FavoritesDatabaseTest, GroupNamesAreUniqueExactlyAndLimitedToFifty) {
   for (int i = 2; i < FavoritesDatabase::kMaxGroups; ++i)
     ASSERT_TRUE(favorites.AddGroup(u"Group %1"_s.arg(i)));
   EXPECT_FALSE(favorites.AddGroup(u"One too many"_s));
-  EXPECT_EQ(Count("SELECT COUNT(*) FROM favorite_groups;"), 50);
+  EXPECT_EQ(Rows("favorite_groups"), 50);
   PlaylistDatabase db2;
   FavoritesDatabase reloaded(db2);
   EXPECT_EQ(reloaded.Groups()[1].name, u"Movies"_s);
@@ -112,7 +111,7 @@ TEST_F(FavoritesDatabaseTest, LimitsAndDeletesReachTheTable) {
   EXPECT_FALSE(favorites.AddItem(0, u"/m/extra.mkv"_s, 0));
   EXPECT_TRUE(favorites.AddItem(0, u"/m/7.MKV"_s, 70));  // a re-add still works when full
   EXPECT_EQ(favorites.Groups()[0].items[7].position, 70);
-  EXPECT_EQ(Count("SELECT COUNT(*) FROM favorite_items;"), 100);
+  EXPECT_EQ(Rows("favorite_items"), 100);
 
   ASSERT_TRUE(favorites.AddGroup(u"Films"_s));
   ASSERT_TRUE(favorites.AddItem(1, u"/m/b.mkv"_s, 0));
@@ -120,10 +119,10 @@ TEST_F(FavoritesDatabaseTest, LimitsAndDeletesReachTheTable) {
   favorites.ClearGroup(0);
   favorites.ClearGroup(5);
   EXPECT_TRUE(favorites.Groups()[0].items.empty());
-  EXPECT_EQ(Count("SELECT COUNT(*) FROM favorite_items;"), 2);
+  EXPECT_EQ(Rows("favorite_items"), 2);
   EXPECT_FALSE(favorites.DeleteGroup(2));
   ASSERT_TRUE(favorites.DeleteGroup(1));  // its items go with it
-  EXPECT_EQ(Count("SELECT COUNT(*) FROM favorite_items;"), 0);
+  EXPECT_EQ(Rows("favorite_items"), 0);
   ASSERT_EQ(favorites.Groups().size(), 1u);
 }
 

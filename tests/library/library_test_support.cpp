@@ -2,36 +2,14 @@
 
 #include "library/sqlite_handle.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QThread>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace zelvaro::test {
 
-QString LibraryTest::MediaDir() const {
-  const QString dir = home_.Root() + QStringLiteral("/media");
-  if (!mediaDirMade_) mediaDirMade_ = QDir().mkpath(dir);
-  return dir;
-}
-
 QString LibraryTest::MakeFile(const QString& name, int bytes) const {
-  // Plain POSIX calls: some tests make thousands of files.
-  const QString path = MediaDir() + u'/' + name;
-  const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (fd < 0) {
-    ADD_FAILURE() << "cannot create " << path.toStdString();
-    return path;
-  }
-  const QByteArray bytesToWrite(bytes, 'x');
-  if (bytes > 0 && ::write(fd, bytesToWrite.constData(), static_cast<size_t>(bytes)) != bytes)
-    ADD_FAILURE() << "cannot write " << path.toStdString();
-  ::close(fd);
-  return path;
+  return home_.WriteFile(QStringLiteral("media/") + name, QByteArray(bytes, 'x'));
 }
 
 std::vector<QString> LibraryTest::MakeFiles(const QStringList& names) const {
@@ -54,10 +32,8 @@ std::vector<QString> LibraryTest::MakeLinkedFiles(const QStringList& names) cons
   return paths;
 }
 
-QByteArray ReadFileBytes(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return {};
-  return file.readAll();
+int LibraryTest::Rows(const std::string& table) const {
+  return std::stoi(QueryColumn(DbPath(), "SELECT COUNT(*) FROM " + table + ";").at(0));
 }
 
 std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql) {
@@ -84,17 +60,6 @@ bool ExecRaw(const QString& dbPath, const std::string& sql) {
   SqliteConnection db(raw);
   sqlite3_busy_timeout(db.get(), 5000);
   return ExecSql(db.get(), sql.c_str()) == SQLITE_OK;
-}
-
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!condition()) {
-    if (timer.elapsed() > timeoutMs) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    QThread::msleep(1);
-  }
-  return true;
 }
 
 QStringList PathsOf(const std::vector<PlaylistItem>& items) {

@@ -6,7 +6,9 @@
 
 #include "library/playlist_database.h"
 #include "library/playlist_view.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
+#include "tests/support/wait_until.h"
 
 #include <QByteArray>
 #include <QString>
@@ -32,32 +34,25 @@ class LibraryTest : public ::testing::Test {
  protected:
   // playlist.db of this test's home.
   QString DbPath() const { return home_.DataHome() + QStringLiteral("/zelvaro/playlist.db"); }
-  // A folder for media files of this test (created).
-  QString MediaDir() const;
+  // The folder of this test's media files, made with the first of them.
+  QString MediaDir() const { return home_.Root() + QStringLiteral("/media"); }
   // Creates `name` in MediaDir() with `bytes` bytes; returns its path.
   QString MakeFile(const QString& name, int bytes = 0) const;
   std::vector<QString> MakeFiles(const QStringList& names) const;
   // Many names for one empty file (hard links): thousands of directory
   // entries without the cost of thousands of new files.
   std::vector<QString> MakeLinkedFiles(const QStringList& names) const;
+  // The rows of `table` in playlist.db, counted on a connection of its own.
+  int Rows(const std::string& table) const;
 
   TempHome home_;
-
- private:
-  mutable bool mediaDirMade_ = false;
 };
-
-// Reads the whole file; empty when it cannot be read.
-QByteArray ReadFileBytes(const QString& path);
 
 // Runs `sql` on a separate raw connection to `dbPath` and returns the first
 // column of each row as text (NULL as "<null>").
 std::vector<std::string> QueryColumn(const QString& dbPath, const std::string& sql);
 // Runs statements on a separate raw connection; true when all succeed.
 bool ExecRaw(const QString& dbPath, const std::string& sql);
-
-// Pumps events until `condition` holds; false after `timeoutMs`.
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000);
 
 // A PlaylistView that records what the model asked of it and holds a
 // selection the test sets.
@@ -86,6 +81,19 @@ class RecordingView : public PlaylistView {
   int clearSelections = 0;
   std::vector<std::pair<int, int>> progress;
 };
+
+// An item as a list holds it before its attributes are read: the name is the
+// path's last part.
+inline PlaylistItem Item(const QString& path, uint64_t size = 0, double duration = 0,
+                         uint64_t date = 0) {
+  PlaylistItem item;
+  item.file_path = path;
+  item.file_name = path.mid(path.lastIndexOf(u'/') + 1);
+  item.file_size = size;
+  item.duration = duration;
+  item.file_date = date;
+  return item;
+}
 
 // The paths of a list of items, for compact comparisons.
 QStringList PathsOf(const std::vector<PlaylistItem>& items);

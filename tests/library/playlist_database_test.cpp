@@ -14,14 +14,6 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-PlaylistItem Item(const QString& path, uint64_t size = 0) {
-  PlaylistItem item;
-  item.file_path = path;
-  item.file_name = path.mid(path.lastIndexOf(u'/') + 1);
-  item.file_size = size;
-  return item;
-}
-
 std::vector<PlaylistItem> NumberedItems(const QString& prefix, int count) {
   std::vector<PlaylistItem> items;
   for (int i = 0; i < count; ++i) items.push_back(Item(u"%1/%2.mkv"_s.arg(prefix).arg(i), i));
@@ -70,15 +62,13 @@ TEST_F(PlaylistDatabaseTest, SaveAndLoadRoundTripAcrossARestart) {
   ASSERT_TRUE(db.Open());
   const std::vector<PlaylistItem> loaded = db.LoadItems();
   ASSERT_EQ(loaded.size(), 3u);
+  const auto fields = [](const PlaylistItem& item) {
+    return std::tie(item.file_path, item.file_name, item.file_size, item.duration, item.file_date,
+                    item.codec_info, item.sort_order);
+  };
   for (size_t i = 0; i < loaded.size(); ++i) {
     EXPECT_GT(loaded[i].id, 0);
-    EXPECT_EQ(loaded[i].file_path, items[i].file_path);
-    EXPECT_EQ(loaded[i].file_name, items[i].file_name);
-    EXPECT_EQ(loaded[i].file_size, items[i].file_size);
-    EXPECT_EQ(loaded[i].duration, items[i].duration);
-    EXPECT_EQ(loaded[i].file_date, items[i].file_date);
-    EXPECT_EQ(loaded[i].codec_info, items[i].codec_info);
-    EXPECT_EQ(loaded[i].sort_order, static_cast<int>(i));
+    EXPECT_EQ(fields(loaded[i]), fields(items[i]));
   }
 }
 

@@ -5,8 +5,11 @@
 #include "library/file_time.h"
 #include "tests/library/library_test_support.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 #include <sys/stat.h>
 
@@ -16,13 +19,7 @@ namespace {
 using namespace Qt::StringLiterals;
 
 PlaylistItem Named(const QString& name, uint64_t size = 0, double duration = 0, uint64_t date = 0) {
-  PlaylistItem item;
-  item.file_path = u"/media/"_s + name;
-  item.file_name = name;
-  item.file_size = size;
-  item.duration = duration;
-  item.file_date = date;
-  return item;
+  return Item(u"/media/"_s + name, size, duration, date);
 }
 
 QStringList Words(const char* words) {
@@ -146,12 +143,15 @@ TEST_F(PlaylistModelTest, WorkerResultsFollowASortAndNeverReachAReplacedList) {
   ASSERT_TRUE(WorkerDone(300));
   for (const PlaylistItem& item : model_.Items()) EXPECT_EQ(item.file_size, 7u);
 
-  // A second list replaces the first: one full run of progress, the second's.
+  // A second list replaces the first while all of the first's results wait
+  // in the queue: one full run of progress, the second's.
   view_.progress.clear();
   model_.ReplaceWithSeries(MediaDir() + u"/Episode 1000.mkv"_s);
+  QDeadlineTimer deadline(10000);
+  while (model_.IsWorkerRunning() && !deadline.hasExpired()) QThread::msleep(1);  // no events
   model_.ReplaceWithSeries(MediaDir() + u"/Episode 1001.mkv"_s);
   ASSERT_TRUE(WaitUntil([&] { return !model_.IsWorkerRunning(); }));
-  WaitUntil([] { return false; }, 100);  // let queued deliveries arrive
+  QCoreApplication::sendPostedEvents();  // all the worker queued before it ended
   int finals = 0;
   for (const auto& [done, total] : view_.progress) finals += done == total;
   EXPECT_EQ(finals, 1);
@@ -159,8 +159,8 @@ TEST_F(PlaylistModelTest, WorkerResultsFollowASortAndNeverReachAReplacedList) {
 
   model_.ReplaceWithSeries(MediaDir() + u"/Episode 1000.mkv"_s);
   model_.Clear();  // does not stop the worker; its results find no items
-  WaitUntil([&] { return !model_.IsWorkerRunning(); });
-  WaitUntil([] { return false; }, 50);
+  ASSERT_TRUE(WaitUntil([&] { return !model_.IsWorkerRunning(); }));
+  QCoreApplication::sendPostedEvents();
   EXPECT_TRUE(model_.Items().empty());
 }
 
@@ -174,7 +174,7 @@ TEST_F(PlaylistModelTest, DestroyingDuringTheWorkIsSafe) {
     model->SetView(&view);
     model->ReplaceWithSeries(MediaDir() + u"/Episode 1000.mkv"_s);
     model.reset();  // stops the worker; pending deliveries die with the model
-    WaitUntil([] { return false; }, 20);
+    QCoreApplication::sendPostedEvents();
   }
 }
 

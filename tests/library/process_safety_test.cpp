@@ -1,66 +1,24 @@
-// Two players on one database, and a player killed in the middle of a save.
-// The other processes are forked from the test: each child opens a real
-// PlaylistDatabase on the same file and leaves with _exit, so nothing of the
-// test framework runs twice.
+// Two players on one database, and a player killed in the middle of a save:
+// each forked child opens a real PlaylistDatabase on the same file.
 
 #include "library/favorites_database.h"
 #include "library/playlist_database.h"
 #include "library/playlist_save_queue.h"
 #include "tests/library/library_test_support.h"
+#include "tests/support/child_process.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
-#include <QRandomGenerator>
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
-#include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace zelvaro::test {
 namespace {
 
 using namespace Qt::StringLiterals;
-
-// Forks a child that runs `body` and exits with its result (99 on an exception).
-pid_t ForkChild(const std::function<int()>& body) {
-  std::fflush(nullptr);
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    int code = 99;
-    try {
-      code = body();
-    } catch (...) {
-    }
-    ::_exit(code);
-  }
-  return pid;
-}
-
-// The exit code, or -signal when the child was killed.
-int WaitForExit(pid_t pid) {
-  int status = 0;
-  if (::waitpid(pid, &status, 0) != pid) return -1000;
-  if (WIFEXITED(status)) return WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) return -WTERMSIG(status);
-  return -1001;
-}
-
-// Reads one byte from `fd` within `timeoutMs`; 0 on time-out or end of file.
-char ReadByte(int fd, int timeoutMs) {
-  pollfd entry{fd, POLLIN, 0};
-  if (::poll(&entry, 1, timeoutMs) <= 0) return 0;
-  char byte = 0;
-  return ::read(fd, &byte, 1) == 1 ? byte : 0;
-}
-
-void WriteByte(int fd, char byte) {
-  [[maybe_unused]] const ssize_t written = ::write(fd, &byte, 1);
-}
 
 // A whole list: `count` items named <tag>/<index>, padded so that a big list
 // no longer fits SQLite's page cache and a save writes to the file before its
@@ -69,13 +27,7 @@ std::vector<PlaylistItem> TaggedList(const QString& tag, int count, int padding 
   const QString pad(padding, u'p');
   std::vector<PlaylistItem> items;
   items.reserve(static_cast<size_t>(count));
-  for (int i = 0; i < count; ++i) {
-    PlaylistItem item;
-    item.file_path = u"/%1/%2/%3.mkv"_s.arg(tag, pad).arg(i);
-    item.file_name = u"%1.mkv"_s.arg(i);
-    item.file_size = static_cast<uint64_t>(i);
-    items.push_back(item);
-  }
+  for (int i = 0; i < count; ++i) items.push_back(Item(u"/%1/%2/%3.mkv"_s.arg(tag, pad).arg(i), i));
   return items;
 }
 
@@ -133,10 +85,8 @@ TEST_F(ProcessSafetyTest, TwoPlayersSavingAtOnceLoseNothingEitherCommitted) {
   EXPECT_EQ(WaitForExit(second), 0);
 
   // Every recent file and favourite of both players is there.
-  EXPECT_EQ(QueryColumn(DbPath(), "SELECT COUNT(*) FROM recent_files;"),
-            std::vector<std::string>{std::to_string(2 * kRounds)});
-  EXPECT_EQ(QueryColumn(DbPath(), "SELECT COUNT(*) FROM favorite_items;"),
-            std::vector<std::string>{std::to_string(2 * kRounds)});
+  EXPECT_EQ(Rows("recent_files"), 2 * kRounds);
+  EXPECT_EQ(Rows("favorite_items"), 2 * kRounds);
   // The playlist is one player's last list, whole.
   PlaylistDatabase db;
   ASSERT_TRUE(db.Open());
@@ -224,48 +174,6 @@ TEST_F(ProcessSafetyTest, KilledInTheMiddleOfASaveKeepsTheOldList) {
   ASSERT_TRUE(restarted.Open());
   EXPECT_EQ(WholeListTag(restarted.LoadItems(), kItems), u"old"_s);
   EXPECT_EQ(QueryColumn(DbPath(), "PRAGMA integrity_check;"), std::vector<std::string>{"ok"});
-}
-
-// A hundred kills, each at a random moment of a save (rows going in, the
-// commit, the journal's removal), each followed by a restart.
-TEST_F(ProcessSafetyTest, KilledAtRandomMomentsTheListIsOldOrNewNeverAMix) {
-  constexpr int kRounds = 100;
-  constexpr int kItems = 1000;
-  const std::vector<PlaylistItem> listA = TaggedList(u"A"_s, kItems, 100);
-  const std::vector<PlaylistItem> listB = TaggedList(u"B"_s, kItems, 100);
-  QRandomGenerator random(20240229);
-  int killsWithJournal = 0;
-  for (int round = 0; round < kRounds; ++round) {
-    int channel[2];
-    ASSERT_EQ(::pipe(channel), 0);
-    const pid_t child = ForkChild([&] {
-      ::close(channel[0]);
-      PlaylistDatabase db;
-      if (!db.Open()) return 10;
-      for (int save = 0;; ++save) {
-        std::vector<PlaylistItem> items = (save % 2 == 0) ? listB : listA;
-        if (db.SaveItems(items)) WriteByte(channel[1], 'C');
-      }
-    });
-    ::close(channel[1]);
-    // Two commits to learn how long a save takes, then a kill somewhere inside one.
-    ASSERT_EQ(ReadByte(channel[0], 30000), 'C');
-    const auto start = std::chrono::steady_clock::now();
-    ASSERT_EQ(ReadByte(channel[0], 30000), 'C');
-    const auto saveTime = std::chrono::steady_clock::now() - start;
-    std::this_thread::sleep_for(saveTime * random.bounded(1000) / 1000);
-    ::kill(child, SIGKILL);
-    EXPECT_EQ(WaitForExit(child), -SIGKILL);
-    ::close(channel[0]);
-    if (QFileInfo(DbPath() + u"-journal"_s).size() > 0) ++killsWithJournal;
-
-    PlaylistDatabase restarted;
-    ASSERT_TRUE(restarted.Open());
-    const QString tag = WholeListTag(restarted.LoadItems(), kItems);
-    EXPECT_TRUE(tag == u"A"_s || tag == u"B"_s)
-        << "round " << round << ": '" << tag.toStdString() << "'";
-  }
-  RecordProperty("KillsWithAHotJournal", killsWithJournal);
 }
 
 }  // namespace

@@ -14,9 +14,6 @@ using namespace Qt::StringLiterals;
 class RecentFilesTest : public LibraryTest {
  protected:
   void SetUp() override { ASSERT_TRUE(db_.Open()); }
-  int RowCount() {
-    return std::stoi(QueryColumn(DbPath(), "SELECT COUNT(*) FROM recent_files;").at(0));
-  }
   PlaylistDatabase db_;
 };
 
@@ -31,7 +28,7 @@ TEST_F(RecentFilesTest, ReopeningMovesToTheFrontAndUpdatesTheRow) {
   recent.Record(u"/m/A.mkv"_s);  // another case, another file
   recent.Record(u"/m/a.mkv"_s);
   EXPECT_EQ(recent.Entries(), (std::vector<QString>{u"/m/a.mkv"_s, u"/m/A.mkv"_s, u"/m/b.mkv"_s}));
-  EXPECT_EQ(RowCount(), 3);
+  EXPECT_EQ(Rows("recent_files"), 3);
   const auto access =
       QueryColumn(DbPath(), "SELECT accessed_at FROM recent_files WHERE file_path='/m/a.mkv';");
   EXPECT_GT(std::stoll(access.at(0)), std::stoll(firstAccess.at(0)));
@@ -40,7 +37,7 @@ TEST_F(RecentFilesTest, ReopeningMovesToTheFrontAndUpdatesTheRow) {
   recent.Clear();
   recent.Clear();
   EXPECT_TRUE(recent.Entries().empty());
-  EXPECT_EQ(RowCount(), 0);
+  EXPECT_EQ(Rows("recent_files"), 0);
 }
 
 TEST_F(RecentFilesTest, TheListKeepsTenTheTableKeepsAll) {
@@ -49,7 +46,7 @@ TEST_F(RecentFilesTest, TheListKeepsTenTheTableKeepsAll) {
   ASSERT_EQ(recent.Entries().size(), 10u);
   EXPECT_EQ(recent.Entries().front(), u"/m/11.mkv"_s);
   EXPECT_EQ(recent.Entries().back(), u"/m/2.mkv"_s);
-  EXPECT_EQ(RowCount(), 12);
+  EXPECT_EQ(Rows("recent_files"), 12);
 
   // After a restart the newest ten come back in the same order; deleting
   // newer rows brings older ones back into the list.
@@ -61,7 +58,7 @@ TEST_F(RecentFilesTest, TheListKeepsTenTheTableKeepsAll) {
   reloaded.RemoveEntry(0);
   reloaded.RemoveEntry(0);
   reloaded.RemoveEntry(70);  // out of range: nothing
-  EXPECT_EQ(RowCount(), 10);
+  EXPECT_EQ(Rows("recent_files"), 10);
   reloaded.Load();
   ASSERT_EQ(reloaded.Entries().size(), 10u);
   EXPECT_EQ(reloaded.Entries().front(), u"/m/9.mkv"_s);
@@ -121,7 +118,7 @@ TEST_F(RecentFilesTest, WritesLockedOutByAnotherPlayerLandLaterInOrder) {
   // With the lock free again, a write is made at once.
   recent.Record(u"/m/d.mkv"_s);
   EXPECT_FALSE(recent.HasPendingWrites());
-  EXPECT_EQ(RowCount(), 2);
+  EXPECT_EQ(Rows("recent_files"), 2);
 }
 
 TEST_F(RecentFilesTest, EmptyPathOrClosedStoreGivesMinusOne) {

@@ -67,8 +67,7 @@ TEST_F(ResumePositionsTest, KeepsTheNewestThousand) {
   // Written again, the oldest becomes the newest.
   positions.Record(u"/m/0.mkv"_s, 61, 600);
   ASSERT_TRUE(positions.FlushWrites(5000));
-  EXPECT_EQ(QueryColumn(DbPath(), "SELECT COUNT(*) FROM resume_positions;").at(0),
-            std::to_string(ResumePositions::kMaxEntries));
+  EXPECT_EQ(Rows("resume_positions"), ResumePositions::kMaxEntries);
   EXPECT_EQ(positions.Lookup(u"/m/0.mkv"_s, 600), std::optional<double>(61));
   for (int i = 1; i <= extra; ++i) EXPECT_FALSE(positions.Lookup(u"/m/%1.mkv"_s.arg(i), 600));
   EXPECT_TRUE(positions.Lookup(u"/m/%1.mkv"_s.arg(extra + 1), 600));

@@ -6,7 +6,7 @@
 #include "lyrics/lrc_parser.h"
 #include "tests/support/temp_home.h"
 
-#include <QTemporaryDir>
+#include <QStringEncoder>
 
 #include <gtest/gtest.h>
 
@@ -104,14 +104,10 @@ struct EncodingCase {
 
 class ReadLyricsFileCases : public testing::TestWithParam<EncodingCase> {};
 
-// "[0:01]가사 é" in each encoding a lyrics file comes in.
+// "[0:01]가사" in each encoding a lyrics file comes in.
 TEST_P(ReadLyricsFileCases, DecodesTheText) {
-  QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("song.lrc"));
-  QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(GetParam().bytes);
-  file.close();
+  test::TempHome home;
+  const QString path = home.WriteFile(QStringLiteral("song.lrc"), GetParam().bytes);
   QString text;
   ASSERT_TRUE(ReadLyricsFile(path, &text));
   LyricsData data;
@@ -119,16 +115,9 @@ TEST_P(ReadLyricsFileCases, DecodesTheText) {
   EXPECT_EQ(LinesOf(data), (Lines{{1000, u"가사"}}));
 }
 
-QByteArray Utf16(bool bigEndian) {
-  const QString text = u"[0:01]가사"_qs;
-  QByteArray bytes = bigEndian ? QByteArray("\xFE\xFF", 2) : QByteArray("\xFF\xFE", 2);
-  for (const QChar c : text) {
-    const char high = static_cast<char>(c.unicode() >> 8);
-    const char low = static_cast<char>(c.unicode() & 0xFF);
-    bytes += bigEndian ? high : low;
-    bytes += bigEndian ? low : high;
-  }
-  return bytes;
+QByteArray Utf16(QStringConverter::Encoding encoding) {
+  QStringEncoder encode(encoding, QStringEncoder::Flag::WriteBom);
+  return encode(u"[0:01]가사"_qs);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -136,7 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(EncodingCase{"Utf8Bom",
                                  QByteArray("\xEF\xBB\xBF[0:01]\xEA\xB0\x80\xEC\x82\xAC")},
                     EncodingCase{"Utf8", QByteArray("[0:01]\xEA\xB0\x80\xEC\x82\xAC")},
-                    EncodingCase{"Utf16Le", Utf16(false)}, EncodingCase{"Utf16Be", Utf16(true)},
+                    EncodingCase{"Utf16Le", Utf16(QStringConverter::Utf16LE)},
+                    EncodingCase{"Utf16Be", Utf16(QStringConverter::Utf16BE)},
                     // CP949, the legacy charset of Korean lyrics files.
                     EncodingCase{"LegacyCp949", QByteArray("[0:01]\xB0\xA1\xBB\xE7")}),
     [](const testing::TestParamInfo<EncodingCase>& info) { return std::string(info.param.name); });

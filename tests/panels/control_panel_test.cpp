@@ -1,9 +1,7 @@
 // The control panel on the real player playing real clips under Xvfb: each
 // control driven as the user drives it, its effect checked where the user
-// meets it (the engine, the heard rate, the seek bar's marks, the rendered
-// subtitles, the settings after a restart), changes from outside shown in
-// the open panel, its keys, placement and fullscreen rules, and a golden
-// image of each tab.
+// meets it (the engine, the heard rate, the picture, the settings after a
+// restart), and a golden image of each tab.
 
 #include "app/commands.h"
 #include "app/dpi.h"
@@ -88,14 +86,10 @@ class ControlPanelTest : public QObject {
   }
 
   void init() {
-    home_ = std::make_unique<test::TempHome>();
-    Start();
+    QVERIFY(p_.Start());
+    Bind();
   }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void cleanup() { p_.Stop(); }
 
   void speedButtonsSetTheEngineAndTheHeardRate() {
     test::AudioCapture capture(true);
@@ -142,13 +136,9 @@ class ControlPanelTest : public QObject {
     Click(9070);  // normalise on
     Slide(9072, 300);
     Slide(9074, 100);
-    struct Expect {
-      int label;
-      QString text;
-    };
-    for (const Expect& e : {Expect{9011, "57%"}, Expect{9073, "3.0x"}, Expect{9075, "2.0x"}}) {
-      QCOMPARE(Text(e.label), e.text);
-    }
+    QCOMPARE(Text(9011), QStringLiteral("57%"));
+    QCOMPARE(Text(9073), QStringLiteral("3.0x"));
+    QCOMPARE(Text(9075), QStringLiteral("2.0x"));
     QCOMPARE(graph_->Volume(), 0.57f);
     QVERIFY(graph_->NormalizeEnabled());
     QCOMPARE(graph_->MaxNormFactor(), 3.0f);
@@ -163,8 +153,7 @@ class ControlPanelTest : public QObject {
     QVERIFY(!panel_->Control(9072)->isEnabled());
     QCOMPARE(Value(9072), 300);
 
-    test::StopPlayer();
-    Start();
+    Restart();
     QVERIFY(window_->OpenFile(test::PatternClip()));
     QCOMPARE(graph_->Volume(), 0.57f);
     QVERIFY(!graph_->NormalizeEnabled());
@@ -283,17 +272,16 @@ class ControlPanelTest : public QObject {
     panel_->Show(true);
     QCOMPARE(panel_->CurrentTab(), 0);
     // Shown at the close, it comes back at its place with the next start.
-    test::StopPlayer();
-    Start();
+    Restart();
     QVERIFY(QTest::qWaitForWindowExposed(panel_));
     QCOMPARE(panel_->pos(), QPoint(40, 40));
   }
 
   void subtitleStyleShowsInTheRenderedSubtitle() {
-    const QString clip = home_->Root() + QStringLiteral("/styled.mp4");
+    const QString clip = p_.home->Root() + QStringLiteral("/styled.mp4");
     QVERIFY(QFile::copy(test::PatternClip(), clip));
-    home_->WriteFile(QStringLiteral("styled.srt"),
-                     "1\r\n00:00:00,000 --> 00:00:05,000\r\nHELLO\r\n");
+    p_.home->WriteFile(QStringLiteral("styled.srt"),
+                       "1\r\n00:00:00,000 --> 00:00:05,000\r\nHELLO\r\n");
     Settings::SetString(setting::kSubFontName, QStringLiteral("sans-serif"));
     QVERIFY(window_->OpenFile(clip));
     graph_->Pause();
@@ -408,12 +396,19 @@ class ControlPanelTest : public QObject {
   }
 
  private:
-  void Start() {
-    window_ = test::StartPlayer();
-    QVERIFY(window_);
-    graph_ = window_->graph();
+  void Bind() {
+    window_ = p_.window;
+    graph_ = p_.graph;
     panel_ = window_->controlPanel();
     QVERIFY(panel_);
+  }
+  // A new start in the same home: what was stored comes back.
+  void Restart() {
+    test::StopPlayer();
+    p_.window = test::StartPlayer();
+    QVERIFY(p_.window);
+    p_.graph = p_.window->graph();
+    Bind();
   }
 
   void Click(int id) {
@@ -441,7 +436,7 @@ class ControlPanelTest : public QObject {
     return QString();
   }
 
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture p_;
   MainWindow* window_ = nullptr;
   GraphManager* graph_ = nullptr;
   ControlPanelWindow* panel_ = nullptr;

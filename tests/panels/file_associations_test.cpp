@@ -7,6 +7,7 @@
 #include "foundation/media_types.h"
 #include "foundation/settings.h"
 #include "panels/mime_apps_list.h"
+#include "tests/support/read_file.h"
 #include "tests/support/temp_home.h"
 
 #include <QCoreApplication>
@@ -20,11 +21,6 @@ namespace zelvaro {
 namespace {
 
 namespace fa = FileAssociations;
-
-QByteArray ReadAll(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 void WriteAll(const QString& path, const QByteArray& bytes) {
   QFile file(path);
@@ -89,7 +85,7 @@ TEST_F(FileAssociationsTest, RegisteringReplacesTheDefaultAndUnregisteringRestor
   EXPECT_TRUE(fa::IsExtensionRegistered(QStringLiteral("mkv")));
   EXPECT_FALSE(fa::IsExtensionRegistered(QStringLiteral("mp4")));
 
-  const MimeAppsList list = MimeAppsList::Parse(ReadAll(fa::MimeAppsListPath()));
+  const MimeAppsList list = MimeAppsList::Parse(test::ReadFileBytes(fa::MimeAppsListPath()));
   EXPECT_EQ(list.Value(QStringLiteral("Default Applications"), QStringLiteral("video/x-matroska")),
             QStringLiteral("zelvaro.desktop"));
   EXPECT_EQ(list.Value(QStringLiteral("Added Associations"), QStringLiteral("video/x-matroska")),
@@ -98,7 +94,7 @@ TEST_F(FileAssociationsTest, RegisteringReplacesTheDefaultAndUnregisteringRestor
   ASSERT_TRUE(Settings::GetBackupString(u".mkv", &backup));
   EXPECT_EQ(backup, QStringLiteral("other-player.desktop"));
 
-  const QString entry = QString::fromUtf8(ReadAll(fa::DesktopFilePath()));
+  const QString entry = QString::fromUtf8(test::ReadFileBytes(fa::DesktopFilePath()));
   EXPECT_TRUE(entry.contains(QStringLiteral("Exec=") + Exec() + QStringLiteral(" %U\n")));
   EXPECT_TRUE(entry.contains(QStringLiteral("video/x-matroska;")));
   if (auto answer = XdgMimeDefault(home_, QStringLiteral("video/x-matroska"))) {
@@ -106,7 +102,7 @@ TEST_F(FileAssociationsTest, RegisteringReplacesTheDefaultAndUnregisteringRestor
   }
 
   ASSERT_TRUE(fa::UnregisterExtension(QStringLiteral("mkv")));
-  EXPECT_EQ(ReadAll(fa::MimeAppsListPath()), kHandKeptList);
+  EXPECT_EQ(test::ReadFileBytes(fa::MimeAppsListPath()), kHandKeptList);
   EXPECT_FALSE(Settings::GetBackupString(u".mkv", &backup));
   EXPECT_FALSE(fa::IsExtensionRegistered(QStringLiteral("mkv")));
   if (auto answer = XdgMimeDefault(home_, QStringLiteral("video/x-matroska"))) {
@@ -146,7 +142,7 @@ TEST_F(FileAssociationsTest, EveryShapeOfListSurvivesARoundTripOfAllExtensions) 
     QByteArray expected = c.bytes;
     // Zelvaro's own entry in the list was Zelvaro's to take away.
     expected.replace("a.desktop;zelvaro.desktop;", "a.desktop;");
-    EXPECT_EQ(ReadAll(fa::MimeAppsListPath()), expected);
+    EXPECT_EQ(test::ReadFileBytes(fa::MimeAppsListPath()), expected);
   }
 }
 
@@ -184,7 +180,7 @@ TEST_F(FileAssociationsTest, TheDesktopEntryValidates) {
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardOutput().toStdString();
     EXPECT_EQ(process.readAllStandardOutput(), QByteArray()) << exec.toStdString();
   }
-  EXPECT_TRUE(QString::fromUtf8(ReadAll(fa::DesktopFilePath()))
+  EXPECT_TRUE(QString::fromUtf8(test::ReadFileBytes(fa::DesktopFilePath()))
                   .contains(QStringLiteral("Exec=\"") + home_.Root() +
                             QStringLiteral("/with space/zelvaro\" %U")));
 }

@@ -1,7 +1,5 @@
-// The file information command on the real player: MediaInfo's report of a
-// generated clip in the window, made off the interface thread, the window's
-// layout and buttons, one window at a time, and the answers without a file
-// or without the library.
+// The file information command on the real player, one start for all the
+// cases, in order: no file, a report, no library.
 
 #include "app/file_info_window.h"
 #include "app/commands.h"
@@ -22,17 +20,11 @@ class FileInfoWindowTest : public QObject {
  private slots:
   void initTestCase() {
     QVERIFY(LanguageManager::Instance().Initialize(test::SourceDir(), QLocale::English));
+    QVERIFY(p_.Start());
+    window_ = p_.window;
   }
-  void init() {
-    home_ = std::make_unique<test::TempHome>();
-    window_ = test::StartPlayer();
-    QVERIFY(window_);
-  }
-  void cleanup() {
-    MediaInfoLibrary::SetLibraryNameForTesting(nullptr);
-    test::StopPlayer();
-    home_.reset();
-  }
+  void cleanup() { MediaInfoLibrary::SetLibraryNameForTesting(nullptr); }
+  void cleanupTestCase() { p_.Stop(); }
 
   void withoutAFileTheCommandSaysSo() {
     window_->OnCommand(ID_FILE_INFO);
@@ -91,7 +83,7 @@ class FileInfoWindowTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture p_;
   MainWindow* window_ = nullptr;
 };
 

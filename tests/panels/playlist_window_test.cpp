@@ -1,9 +1,8 @@
 // The playlist panel on the real main window: a long list opening without
 // formatting what does not show, the search filter, Enter and Delete, a
 // reorder drag by the real pointer surviving a restart, files dropped from
-// outside, the favourites tab's run, and its look. The favourites store is a
-// process singleton, so one test here uses it (favorites_dialog_test.cpp has
-// the other).
+// outside, the favourites tab's run and the limits of the favourites, and its
+// look. The favourites store is a process singleton, so one test here uses it.
 
 #include "panels/playlist_window.h"
 #include "app/commands.h"
@@ -15,6 +14,7 @@
 #include "foundation/settings.h"
 #include "library/favorites_database.h"
 #include "library/playlist_model.h"
+#include "panels/favorites_dialog.h"
 #include "panels/panel_list_view.h"
 #include "panels/playlist_rows.h"
 #include "tests/app/shell_test_support.h"
@@ -23,6 +23,7 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMimeData>
 #include <QUrl>
 
@@ -70,16 +71,11 @@ class PlaylistWindowTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void init() { home_ = std::make_unique<test::TempHome>(); }
-
-  void cleanup() {
-    test::StopPlayer();
-    home_.reset();
-  }
+  void init() { QVERIFY(p_.Start()); }
+  void cleanup() { p_.Stop(); }
 
   void aLongListFormatsOnlyTheRowsItShows() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = p_.window;
     std::vector<PlaylistItem> items;
     for (int i = 0; i < 100000; ++i) {
       items.push_back(Item(QStringLiteral("/media/%1 clip %2.mp4")
@@ -107,11 +103,10 @@ class PlaylistWindowTest : public QObject {
 
   void dropSearchEnterDeleteAndPlacement() {
     const QStringList show =
-        test::MakeSeries(*home_, QStringLiteral("show"),
+        test::MakeSeries(*p_.home, QStringLiteral("show"),
                          {QStringLiteral("Alpha 1.mp4"), QStringLiteral("Beta 2.mp4"),
                           QStringLiteral("Gamma 3.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = p_.window;
     window->playlist()->AddFile(show[0]);
     window->playlist()->RebuildFilter();
     panels::PlaylistWindow* panel = ShowPanel(window);
@@ -175,47 +170,41 @@ class PlaylistWindowTest : public QObject {
     Display* display = test::XTestDisplay();
     if (display == nullptr) QSKIP("needs X11 with XTEST");
     QStringList paths;
-    for (int i = 0; i < 6; ++i) paths << home_->WriteFile(QStringLiteral("f/%1.mp4").arg(i), "x");
-    {
-      MainWindow* window = test::StartPlayer();
-      QVERIFY(window);
-      PlaylistModel* model = window->playlist();
-      for (const QString& path : paths) model->AddFile(path);
-      model->RebuildFilter();
-      panels::PlaylistWindow* panel = ShowPanel(window);
-      QVERIFY(panel);
-      panels::PanelListView* list = panel->playlistList();
-      list->SelectSingleRow(3, true);
-      list->SelectSingleRow(4, false);
+    for (int i = 0; i < 6; ++i) paths << p_.home->WriteFile(QStringLiteral("f/%1.mp4").arg(i), "x");
+    PlaylistModel* model = p_.window->playlist();
+    for (const QString& path : paths) model->AddFile(path);
+    model->RebuildFilter();
+    panels::PlaylistWindow* panel = ShowPanel(p_.window);
+    QVERIFY(panel);
+    panels::PanelListView* list = panel->playlistList();
+    list->SelectSingleRow(3, true);
+    list->SelectSingleRow(4, false);
 
-      // Pressing on a selected row drags the whole selection; the top half
-      // of row 0 puts it before that row.
-      const int rowHeight = list->visualRect(list->model()->index(0, 0)).height();
-      test::XMovePointer(display, GlobalRowPoint(list, 3));
-      XTestFakeButtonEvent(display, 1, True, CurrentTime);
-      XFlush(display);
-      for (int row = 2; row >= 0; --row) {
-        test::XMovePointer(display, GlobalRowPoint(list, row, -rowHeight / 4));
-        QTRY_COMPARE(list->DropRow(), row);
-      }
-      XTestFakeButtonEvent(display, 1, False, CurrentTime);
-      XFlush(display);
-      const QStringList moved{paths[3], paths[4], paths[0], paths[1], paths[2], paths[5]};
-      QTRY_COMPARE(ItemPaths(*model), moved);
-      QCOMPARE(panel->SelectedRows(), (std::vector<int>{0, 1}));
-      test::StopPlayer();
+    // Pressing on a selected row drags the whole selection; the top half
+    // of row 0 puts it before that row.
+    const int rowHeight = list->visualRect(list->model()->index(0, 0)).height();
+    test::XMovePointer(display, GlobalRowPoint(list, 3));
+    XTestFakeButtonEvent(display, 1, True, CurrentTime);
+    XFlush(display);
+    for (int row = 2; row >= 0; --row) {
+      test::XMovePointer(display, GlobalRowPoint(list, row, -rowHeight / 4));
+      QTRY_COMPARE(list->DropRow(), row);
     }
+    XTestFakeButtonEvent(display, 1, False, CurrentTime);
+    XFlush(display);
+    const QStringList moved{paths[3], paths[4], paths[0], paths[1], paths[2], paths[5]};
+    QTRY_COMPARE(ItemPaths(*model), moved);
+    QCOMPARE(panel->SelectedRows(), (std::vector<int>{0, 1}));
+    test::StopPlayer();
     MainWindow* again = test::StartPlayer();
     QVERIFY(again);
-    QCOMPARE(ItemPaths(*again->playlist()),
-             (QStringList{paths[3], paths[4], paths[0], paths[1], paths[2], paths[5]}));
+    QCOMPARE(ItemPaths(*again->playlist()), moved);
   }
 
-  void favouritesTabRunsAGroupAndLeavesOthersAlone() {
+  void favouritesTabRunsAGroupAndStopsAtTheLimits() {
     const QStringList show = test::MakeSeries(
-        *home_, QStringLiteral("fav"), {QStringLiteral("One.mp4"), QStringLiteral("Two.mp4")});
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+        *p_.home, QStringLiteral("fav"), {QStringLiteral("One.mp4"), QStringLiteral("Two.mp4")});
+    MainWindow* window = p_.window;
     FavoritesDatabase& favorites = FavoritesDatabase::Instance();
     for (int i = 1; i <= 4; ++i) QVERIFY(favorites.AddGroup(QStringLiteral("G%1").arg(i)));
     QVERIFY(favorites.AddItem(0, show[1], 0.0));
@@ -246,11 +235,37 @@ class PlaylistWindowTest : public QObject {
     QCOMPARE(list->SelectedRowList(), std::vector<int>{1});
     QCOMPARE(favorites.Groups()[0].items.size(), size_t{1});
     QCOMPARE(favorites.Groups()[4].items.size(), size_t{2});
+
+    // The dialog refuses a group past the limit and the default group's
+    // deletion, each with a message.
+    panels::FavoritesDialog dialog(favorites, panels::FavoritesDialog::kManage, window);
+    while (favorites.Groups().size() < size_t{FavoritesDatabase::kMaxGroups}) {
+      dialog.NewGroup(QStringLiteral("Group %1").arg(favorites.Groups().size()));
+    }
+    QCOMPARE(dialog.groupList()->count(), FavoritesDatabase::kMaxGroups);
+    dialog.groupList()->setCurrentRow(0);
+    for (const auto& [act, message] :
+         {std::pair<std::function<void()>, QStringView>{[&] { dialog.NewGroup(u"One more"_qs); },
+                                                        u"Favorites.ErrorDuplicateName"},
+          {[&] { dialog.Delete(); }, u"Favorites.ErrorCannotDeleteDefault"}}) {
+      test::MessageBoxAnswerer answer(QMessageBox::Ok);
+      act();
+      QCOMPARE(answer.answered(), 1);
+      QCOMPARE(answer.text(), LanguageManager::GetString(message));
+      QCOMPARE(favorites.Groups().size(), size_t{FavoritesDatabase::kMaxGroups});
+    }
+    // Adding the playlist's selection to the shown group stops at its limit.
+    std::vector<PlaylistItem> items;
+    for (int i = 0; i <= FavoritesDatabase::kMaxItems; ++i)
+      items.push_back(Item(QStringLiteral("/m/%1.mp4").arg(i)));
+    window->playlist()->SetItems(std::move(items));
+    panel->playlistList()->selectAll();
+    panel->AddSelectedToFavorites();
+    QCOMPARE(favorites.Groups()[4].items.size(), size_t{FavoritesDatabase::kMaxItems});
   }
 
   void panelLooksAsDesigned() {
-    MainWindow* window = test::StartPlayer();
-    QVERIFY(window);
+    MainWindow* window = p_.window;
     PlaylistModel* model = window->playlist();
     std::vector<PlaylistItem> items{
         Item(QStringLiteral("/m/Clip one.mp4"), 1536, 75),
@@ -275,7 +290,7 @@ class PlaylistWindowTest : public QObject {
   }
 
  private:
-  std::unique_ptr<test::TempHome> home_;
+  test::PlayerFixture p_;
 };
 
 }  // namespace zelvaro

@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
+#include <QStringEncoder>
 #include <QTest>
 
 #include <memory>
@@ -39,12 +40,10 @@ class AboutDialogTest : public QObject {
     for (const auto& [appver, text] : versions) QCOMPARE(AboutDialog::VersionText(appver), text);
 
     const QString text = QStringLiteral("Lizenz é");
-    QByteArray utf16le("\xFF\xFE", 2);
-    for (QChar c : text) utf16le.append(char(c.unicode() & 0xFF)).append(char(c.unicode() >> 8));
     const std::pair<QByteArray, QString> files[] = {
         {text.toUtf8(), text},
         {QByteArray("\xEF\xBB\xBF") + text.toUtf8(), text},
-        {utf16le, text},
+        {QStringEncoder(QStringConverter::Utf16LE, QStringEncoder::Flag::WriteBom)(text), text},
         {QByteArray(), QString()},
     };
     test::TempHome home;
