@@ -1,9 +1,5 @@
 #include "tests/engine/recording_video_output.h"
 
-#include <QElapsedTimer>
-#include <QEventLoop>
-#include <QTimer>
-
 #include <algorithm>
 #include <cstdlib>
 
@@ -65,18 +61,6 @@ void RecordingVideoOutput::SetProcAmpRanges(const std::vector<ProcAmpRange>& ran
 void RecordingVideoOutput::ForgetSettings() {
   std::lock_guard<std::mutex> guard(mutex_);
   settings_.clear();
-}
-
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs) {
-  QElapsedTimer timer;
-  timer.start();
-  while (!condition()) {
-    if (timer.elapsed() > timeoutMs) return condition();
-    QEventLoop loop;
-    QTimer::singleShot(5, &loop, &QEventLoop::quit);
-    loop.exec();
-  }
-  return true;
 }
 
 QColor PixelColor(const VideoFrame& frame, int x, int y) {

@@ -5,6 +5,7 @@
 // waiting and pixel-reading helpers the tests share.
 
 #include "engine/video_output.h"
+#include "tests/support/wait_until.h"
 
 #include <QColor>
 
@@ -60,10 +61,6 @@ class RecordingVideoOutput : public VideoOutput {
   std::vector<ProcAmpRange> procAmpRanges_;
   std::vector<ProcAmpValues> procAmpCalls_;
 };
-
-// Runs the Qt event loop in short slices until `condition` holds or
-// `timeoutMs` passes; returns whether it holds.
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs);
 
 // The colour of a frame's pixel, converted with the frame's own matrix and
 // range.

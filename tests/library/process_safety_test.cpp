@@ -9,6 +9,7 @@
 
 #include <QCryptographicHash>
 #include <QFileInfo>
+#include <QRandomGenerator>
 
 #include <chrono>
 #include <thread>
@@ -174,6 +175,49 @@ TEST_F(ProcessSafetyTest, KilledInTheMiddleOfASaveKeepsTheOldList) {
   ASSERT_TRUE(restarted.Open());
   EXPECT_EQ(WholeListTag(restarted.LoadItems(), kItems), u"old"_s);
   EXPECT_EQ(QueryColumn(DbPath(), "PRAGMA integrity_check;"), std::vector<std::string>{"ok"});
+}
+
+// A hundred kills, each at a random moment of a save (rows going in, the
+// commit, the journal's removal), each followed by a restart. The random
+// sleep before each kill is the thing under test, not a wait.
+TEST_F(ProcessSafetyTest, KilledAtRandomMomentsTheListIsOldOrNewNeverAMix) {
+  constexpr int kRounds = 100;
+  constexpr int kItems = 1000;
+  const std::vector<PlaylistItem> listA = TaggedList(u"A"_s, kItems, 100);
+  const std::vector<PlaylistItem> listB = TaggedList(u"B"_s, kItems, 100);
+  QRandomGenerator random(20240229);
+  int killsWithJournal = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    int channel[2];
+    ASSERT_EQ(::pipe(channel), 0);
+    const pid_t child = ForkChild([&] {
+      ::close(channel[0]);
+      PlaylistDatabase db;
+      if (!db.Open()) return 10;
+      for (int save = 0;; ++save) {
+        std::vector<PlaylistItem> items = save % 2 == 0 ? listB : listA;
+        if (db.SaveItems(items)) WriteByte(channel[1], 'C');
+      }
+    });
+    ::close(channel[1]);
+    // Two commits to learn how long a save takes, then a kill somewhere inside one.
+    ASSERT_EQ(ReadByte(channel[0], 30000), 'C');
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(ReadByte(channel[0], 30000), 'C');
+    const auto saveTime = std::chrono::steady_clock::now() - start;
+    std::this_thread::sleep_for(saveTime * random.bounded(1000) / 1000);
+    ::kill(child, SIGKILL);
+    EXPECT_EQ(WaitForExit(child), -SIGKILL);
+    ::close(channel[0]);
+    if (QFileInfo(DbPath() + u"-journal"_s).size() > 0) ++killsWithJournal;
+
+    PlaylistDatabase restarted;
+    ASSERT_TRUE(restarted.Open());
+    const QString tag = WholeListTag(restarted.LoadItems(), kItems);
+    EXPECT_TRUE(tag == u"A"_s || tag == u"B"_s)
+        << "round " << round << ": '" << tag.toStdString() << "'";
+  }
+  RecordProperty("KillsWithAHotJournal", killsWithJournal);
 }
 
 }  // namespace
