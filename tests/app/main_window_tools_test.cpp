@@ -271,6 +271,7 @@ class MainWindowToolsTest : public QObject {
     // Paused, so the position the dialog takes is near the one sought.
     graph_->Pause();
     QVERIFY(graph_->Seek(2.0, true, 0));
+    QTRY_VERIFY_WITH_TIMEOUT(qAbs(graph_->GetPosition() - 2.0) < 0.05, kWaitMs);
     window_->OnCommand(ID_CUT_CLIP);
     CutClipDialog* dialog = window_->cutClipDialog();
     QVERIFY(dialog && dialog->isVisible());
