@@ -79,16 +79,10 @@ QString FromWide(const wchar_t* text) {
   return text ? QString::fromWCharArray(text) : QString();
 }
 
-// Held for the whole life of an analysis: two handles opened at once from
-// different threads crash inside the library (its shared tables are filled
-// in on first use without a lock), as the sanitizer runs showed when the
-// media keys' tag reading and the lyrics search began together.
-std::mutex analysisMutex;
-
 // Opens `path` on a fresh handle; the handle is deleted when this goes.
 class Analysis {
  public:
-  explicit Analysis(const QString& path) : lock_(analysisMutex) {
+  explicit Analysis(const QString& path) {
     handle_ = functions.create();
     if (handle_ && functions.open(handle_, Wide(path).c_str()) != 0) opened_ = true;
   }
@@ -104,7 +98,6 @@ class Analysis {
   void* Handle() const { return handle_; }
 
  private:
-  std::lock_guard<std::mutex> lock_;
   void* handle_ = nullptr;
   bool opened_ = false;
 };

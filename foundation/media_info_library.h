@@ -3,8 +3,8 @@
 // runs without it and only the file report and the tag reading of the lyrics
 // search go without. Process-wide state, no object.
 //
-// Threads: any, one analysis at a time: the library is not safe with two
-// handles open at once, so a second call waits for the first to finish.
+// Threads: any. Load is serialised; an analysis holds its own handle, so the
+// interface thread's report and the lyrics worker's tag reading may overlap.
 // Each call can take as long as the library needs to read the file: never on
 // the interface thread.
 
