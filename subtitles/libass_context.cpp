@@ -4,13 +4,17 @@
 #include "subtitles/subtitle_style.h"
 
 #include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <queue>
+#include <string>
 #include <vector>
 
 namespace zelvaro {
@@ -72,24 +76,134 @@ size_t VisibleTextCut(std::string_view text) {
   return std::string_view::npos;
 }
 
-// Before the first ass_render_frame, events may still be changed in place.
-void BoundTrack(ASS_Track* track) {
-  int cutTexts = 0;
+// libass scales a script to the picture by its height over PlayResY, and a
+// glyph's bitmaps grow with the square of its size: a big font under a tiny
+// PlayResY, or "\fs100000", asks for gigabytes. A line is never taller than
+// the picture nor its border thicker than a quarter of it; "\fs+" steps, which
+// multiply the size by (1 + n / 10), may together grow a line fourfold.
+constexpr double kMaxFontSizeInPlayHeights = 1.0;
+constexpr double kMaxBorderInPlayHeights = 0.25;
+constexpr double kMaxRelativeFontGrowth = 4.0;
+
+struct SizeBounds {
+  double FontSize;
+  double Border;
+};
+
+// The play height libass itself settles on when it renders the track first.
+SizeBounds SizeBoundsOf(const ASS_Track& track) {
+  int height = track.PlayResY;
+  if (height <= 0) {
+    if (track.PlayResX <= 0)
+      height = 288;
+    else
+      height = track.PlayResX == 1280 ? 1024 : std::max(1, track.PlayResX * 3 / 4);
+  }
+  return {kMaxFontSizeInPlayHeights * height, kMaxBorderInPlayHeights * height};
+}
+
+// Rewrites the "\fs", "\fs+", "\bord", "\xbord" and "\ybord" values of the
+// override blocks that exceed `bounds`. Its reading of a value is looser than
+// libass's (any blanks or a parenthesis before it, any run of signs), so that
+// nothing libass would read as big slips through. False when nothing changed.
+bool BoundSizeTags(std::string_view text, const SizeBounds& bounds, std::string* bounded) {
+  bounded->clear();
+  double growth = 1.0;
+  size_t copied = 0;
+  for (size_t open = text.find('{'); open != std::string_view::npos;) {
+    size_t close = text.find('}', open + 1);
+    if (close == std::string_view::npos) close = text.size();
+    for (size_t i = text.find('\\', open); i < close; i = text.find('\\', i)) {
+      size_t cursor = ++i;
+      while (cursor < close && std::isalpha(static_cast<unsigned char>(text[cursor]))) ++cursor;
+      const std::string_view name = text.substr(i, cursor - i);
+      const bool fontSize = name == "fs";
+      if (!fontSize && name != "bord" && name != "xbord" && name != "ybord") continue;
+      while (cursor < close && (text[cursor] == ' ' || text[cursor] == '\t' || text[cursor] == '('))
+        ++cursor;
+      int negatives = 0;
+      bool relative = false;
+      for (; cursor < close && (text[cursor] == '+' || text[cursor] == '-'); ++cursor) {
+        relative = true;
+        negatives += text[cursor] == '-';
+      }
+      const char* first = text.data() + cursor;
+      const char* last = text.data() + close;
+      if (first == last || !(std::isdigit(static_cast<unsigned char>(*first)) || *first == '.'))
+        continue;
+      double value = 0;
+      const auto [end, error] = std::from_chars(first, last, value);
+      if (error == std::errc::result_out_of_range)
+        value = HUGE_VAL;
+      else if (error != std::errc())
+        continue;
+      double limit = fontSize ? bounds.FontSize : bounds.Border;
+      if (fontSize && relative && negatives % 2 == 0) {
+        const double allowed = (kMaxRelativeFontGrowth / growth - 1.0) * 10.0;
+        limit = std::min(limit, allowed);
+        growth *= 1.0 + std::min(value, allowed) / 10.0;
+      }
+      i = static_cast<size_t>(end - text.data());
+      if (value <= limit) continue;
+      char digits[32];
+      const auto written = std::to_chars(digits, digits + sizeof(digits), limit);
+      bounded->append(text.substr(copied, cursor - copied)).append(digits, written.ptr);
+      copied = i;
+    }
+    open = close < text.size() ? text.find('{', close + 1) : std::string_view::npos;
+  }
+  if (copied == 0) return false;
+  bounded->append(text.substr(copied));
+  return true;
+}
+
+enum class EventBound { kKept, kChanged, kHidden };
+
+EventBound BoundEvent(const SizeBounds& bounds, ASS_Event* event) {
+  if (event->Text == nullptr) return EventBound::kKept;
+  const size_t length = std::strlen(event->Text);
+  if (length > kMaxAssEventBytes) {
+    event->Duration = 0;
+    return EventBound::kHidden;
+  }
+  bool changed = false;
+  if (length > kMaxAssEventTextBytes) {
+    const size_t cut = VisibleTextCut({event->Text, length});
+    if (cut != std::string_view::npos) {
+      event->Text[cut] = '\0';
+      changed = true;
+    }
+  }
+  std::string bounded;
+  if (BoundSizeTags(event->Text, bounds, &bounded)) {
+    // libass frees the text with free().
+    char* copy = strdup(bounded.c_str());
+    if (copy != nullptr) {
+      std::free(event->Text);
+      event->Text = copy;
+      changed = true;
+    }
+  }
+  return changed ? EventBound::kChanged : EventBound::kKept;
+}
+
+}  // namespace
+
+// Before the first ass_render_frame, styles and events may still be changed
+// in place.
+void BoundAssTrack(ASS_Track* track) {
+  const SizeBounds bounds = SizeBoundsOf(*track);
+  for (int i = 0; i < track->n_styles; ++i) {
+    ASS_Style& style = track->styles[i];
+    style.FontSize = std::min(style.FontSize, bounds.FontSize);
+    style.Outline = std::min(style.Outline, bounds.Border);
+  }
+  int changed = 0;
   int hidden = 0;
   for (int i = 0; i < track->n_events; ++i) {
-    ASS_Event& event = track->events[i];
-    if (event.Text == nullptr) continue;
-    const size_t length = std::strlen(event.Text);
-    if (length > kMaxAssEventBytes) {
-      event.Duration = 0;
-      ++hidden;
-      continue;
-    }
-    if (length <= kMaxAssEventTextBytes) continue;
-    const size_t cut = VisibleTextCut({event.Text, length});
-    if (cut == std::string_view::npos) continue;
-    event.Text[cut] = '\0';
-    ++cutTexts;
+    const EventBound bound = BoundEvent(bounds, &track->events[i]);
+    changed += bound == EventBound::kChanged;
+    hidden += bound == EventBound::kHidden;
   }
 
   // In order of start, keep at most kMaxActiveAssEvents active; an event
@@ -112,11 +226,14 @@ void BoundTrack(ASS_Track* track) {
     if (__builtin_add_overflow(event.Start, event.Duration, &end)) end = LLONG_MAX;
     activeEnds.push(end);
   }
-  if (cutTexts != 0 || hidden != 0)
-    Trace("Subtitle events bounded: %d texts cut, %d events hidden", cutTexts, hidden);
+  if (changed != 0 || hidden != 0)
+    Trace("Subtitle events bounded: %d cut or resized, %d hidden", changed, hidden);
 }
 
-}  // namespace
+void BoundAssEvent(ASS_Track* track, int index) {
+  if (index < 0 || index >= track->n_events) return;
+  BoundEvent(SizeBoundsOf(*track), &track->events[index]);
+}
 
 AssEngine* AssEngine::Instance() {
   // Set up once, on whichever thread asks first; never freed, since tracks
@@ -181,7 +298,7 @@ AssTrackHandle ReadAssScript(std::string_view script, AssScriptOrigin origin) {
   if (!track) return nullptr;
   if (origin == AssScriptOrigin::kConverted && track->n_events < 1) return nullptr;
   Trace("libass event count: %d", track->n_events);
-  BoundTrack(track.get());
+  BoundAssTrack(track.get());
   if (track->Language == nullptr) {
     if (const char* language = GuessCjkLanguage(script)) track->Language = strdup(language);
   }

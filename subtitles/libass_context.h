@@ -74,6 +74,15 @@ enum class AssScriptOrigin {
   kConverted,  // made from SubRip, WebVTT or SAMI: without events it is nothing
 };
 
+// Brings a track's styles and events within the bounds above and within the
+// sizes a picture can show (a line no taller than the picture); events beyond
+// them are cut short or never shown. Call before the track is first drawn.
+void BoundAssTrack(ASS_Track* track);
+
+// The same for one event added to a track that is already drawn, under the
+// engine's lock.
+void BoundAssEvent(ASS_Track* track, int index);
+
 // Reads an ASS script held in memory (libass copies it); null when libass
 // finds no script in it, or, for a converted one, no event. Events beyond the
 // bounds above are cut short or never shown. A script that names no language

@@ -31,6 +31,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 namespace zelvaro {
@@ -127,6 +128,8 @@ class CSubtitleProvider : public ISubPicProvider {
   SubtitleStyle style_;
   uint64_t contentSerial_ = 1;
   uint64_t streamToken_ = 0;  // the stream track loaded; 0 for none
+  // Read orders of that stream beyond kMaxKeptReadOrder, and what each became.
+  std::unordered_map<long long, int> movedReadOrders_;
   bool bitmapTrack_ = false;  // that stream is one of pictures
   BitmapCueList bitmaps_;
 };

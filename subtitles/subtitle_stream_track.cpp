@@ -9,6 +9,11 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <unordered_map>
 
 namespace zelvaro {
 namespace {
@@ -19,6 +24,30 @@ constexpr std::pair<std::string_view, std::string_view> kEntities[] = {
 QSize StreamFrameSize(QSize renderSize) {
   return {renderSize.width() < 1 ? 1920 : renderSize.width(),
           renderSize.height() <= 0 ? 1080 : renderSize.height()};
+}
+
+// libass remembers the read orders it has seen in a bitmap as long as the
+// largest of them: 20 MB, cleared, for a sample numbered 80000000; past its
+// own bound it drops the bitmap and builds it again for every later line.
+// Real files count from 0 and keep their numbers (libass stacks colliding
+// lines by them); one past this bound, or below 0, is given the next number
+// above it, the same one each time it comes back, so a repeated line is
+// still recognised as one.
+constexpr long long kMaxKeptReadOrder = 1 << 20;
+
+// The chunk with its leading read order moved within bounds, or empty when
+// it may go to libass as it is.
+std::string WithReadOrderBounded(const std::string& chunk,
+                                 std::unordered_map<long long, int>* moved) {
+  const size_t comma = std::min(chunk.find(','), chunk.size());
+  const std::string field = chunk.substr(0, comma);
+  errno = 0;
+  long long readOrder = std::strtoll(field.c_str(), nullptr, 10);
+  if (errno == ERANGE) readOrder = LLONG_MAX;
+  if (readOrder >= 0 && readOrder <= kMaxKeptReadOrder) return {};
+  const auto [entry, added] =
+      moved->try_emplace(readOrder, static_cast<int>(kMaxKeptReadOrder + 1 + moved->size()));
+  return std::to_string(entry->second) + chunk.substr(comma);
 }
 
 }  // namespace
@@ -70,6 +99,7 @@ bool CSubtitleProvider::AdoptStreamTrack(const std::string& header, uint64_t tok
   if (!track) return false;
   ass_process_codec_private(track.get(), const_cast<char*>(header.data()),
                             static_cast<int>(header.size()));
+  BoundAssTrack(track.get());
   auto context = std::make_unique<AssContext>();
   context->Track = std::move(track);
   std::unique_ptr<AssContext> old;
@@ -83,6 +113,7 @@ bool CSubtitleProvider::AdoptStreamTrack(const std::string& header, uint64_t tok
     events_.clear();
     timeline_.Clear();
     streamToken_ = token;
+    movedReadOrders_.clear();
     ContentChanged();
   }
   FreeAssContext(std::move(old));
@@ -101,9 +132,12 @@ void CSubtitleProvider::AddStreamEvent(uint64_t token, const std::string& chunk,
     std::lock_guard assLock(engine->Mutex());
     ASS_Track* track = ass_->Track.get();
     const int before = track->n_events;
-    ass_process_chunk(track, const_cast<char*>(chunk.data()), static_cast<int>(chunk.size()),
+    const std::string moved = WithReadOrderBounded(chunk, &movedReadOrders_);
+    const std::string& sample = moved.empty() ? chunk : moved;
+    ass_process_chunk(track, const_cast<char*>(sample.data()), static_cast<int>(sample.size()),
                       startMs, durationMs);
     if (track->n_events == before) return;  // a line libass had already
+    BoundAssEvent(track, track->n_events - 1);
     const ASS_Event& event = track->events[track->n_events - 1];
     const SubtitleEvent added{event.Start * 10'000, (event.Start + event.Duration) * 10'000};
     events_.insert(std::upper_bound(events_.begin(), events_.end(), added,

@@ -71,6 +71,40 @@ TEST(LibassBoundsTest, LongLinesAreCutOnlyInTheirTextNeverInABlockOrDrawing) {
   EXPECT_EQ(std::strlen(track->events[3].Text), huge.size());
 }
 
+TEST(LibassBoundsTest, NoLineGrowsTallerThanThePictureNorItsBorderPastAQuarterOfIt) {
+  // At PlayResY 288: sizes up to 288, borders up to 72, "\fs+" fourfold in all.
+  const struct {
+    const char* text;
+    const char* bounded;
+  } cases[] = {
+      {"{\\fs100000}a", "{\\fs288}a"},
+      {"{\\fs (1e9)}a", "{\\fs (288)}a"},
+      {"{\\t(0,500,\\fs9999)}a", "{\\t(0,500,\\fs288)}a"},
+      {"{\\bord500\\xbord80\\ybord2}a", "{\\bord72\\xbord72\\ybord2}a"},
+      {"{\\fs+10\\fs+10\\fs+10}a", "{\\fs+10\\fs+10\\fs+0}a"},
+      {"{\\fs--50}a", "{\\fs--30}a"},  // minus minus grows
+      {"{\\fs-5\\fs40\\fscx5000\\fsp900}a\\fs100000", nullptr},
+  };
+  std::string events;
+  for (const auto& c : cases)
+    events += std::string("Dialogue: 0,0:00:01.00,0:00:02.00,Default,") + c.text + "\n";
+  AssTrackHandle track = ReadAssScript(Script(events, "PlayResY: 288\n"), AssScriptOrigin::kFile);
+  ASSERT_NE(track, nullptr);
+  for (size_t i = 0; i < std::size(cases); ++i)
+    EXPECT_STREQ(track->events[i].Text, cases[i].bounded ? cases[i].bounded : cases[i].text);
+
+  // A big style under a tiny play height; PlayResX alone sets the height too.
+  for (const char* info : {"PlayResX: 384\nPlayResY: 2\n", "PlayResX: 3\n"}) {
+    const std::string script = std::string("[Script Info]\n") + info +
+                               "\n[V4+ Styles]\nFormat: Name, Fontname, Fontsize, Outline\n"
+                               "Style: Default,Sans,403,9\n";
+    track = ReadAssScript(script, AssScriptOrigin::kFile);
+    ASSERT_NE(track, nullptr);
+    EXPECT_EQ(track->styles[track->n_styles - 1].FontSize, 2.0) << info;
+    EXPECT_EQ(track->styles[track->n_styles - 1].Outline, 0.5) << info;
+  }
+}
+
 TEST(LibassBoundsTest, AFileScriptWithoutEventsIsAScriptAConvertedOneIsNot) {
   EXPECT_NE(ReadAssScript(Script(""), AssScriptOrigin::kFile), nullptr);
   EXPECT_EQ(ReadAssScript(Script(""), AssScriptOrigin::kConverted), nullptr);

@@ -1,10 +1,15 @@
 #include "subtitles/subtitle_stream_track.h"
+#include "subtitles/ass_script.h"
 #include "subtitles/subtitle_manager.h"
+#include "subtitles/subtitle_provider.h"
 #include "tests/subtitles/subtitle_test_support.h"
 #include "tests/support/temp_home.h"
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
+#include <string>
 #include <thread>
 
 namespace zelvaro {
@@ -54,6 +59,22 @@ TEST(SubtitleStreamTrack, EventsArriveFromAnotherThreadAndEndWithTheTrack) {
   manager.AddStreamEvent(token, AssStreamChunk(2, "Late line"), 3500, 1000);
   EXPECT_EQ(manager.GetSubPic(2 * kSecond), nullptr);
   EXPECT_EQ(manager.GetSubPic(4 * kSecond), nullptr);
+}
+
+TEST(SubtitleStreamTrack, AHugeReadOrderCostsNoMemoryAndItsRepeatIsStillOne) {
+  CSubtitleProvider provider;
+  std::string header;
+  AppendAssHeader(SubtitleStyle{}, &header);
+  ASSERT_TRUE(provider.AdoptStreamTrack(header, 1));
+  const auto add = [&](const char* readOrder) {
+    provider.AddStreamEvent(1, std::string(readOrder) + ",0,Default,,0,0,0,,line", 1000, 1000);
+  };
+  // libass would keep a 20 MB bitmap of the read orders seen here.
+  const size_t mappedBefore = mallinfo2().hblkhd;
+  for (const char* readOrder : {"5", "80000000", "80000000", "5"}) add(readOrder);
+  EXPECT_LT(mallinfo2().hblkhd, mappedBefore + (4u << 20));
+  for (const char* readOrder : {"-3", "99999999999", "-3", "99999999999"}) add(readOrder);
+  EXPECT_EQ(provider.GetEventCount(), 4u);
 }
 
 }  // namespace
