@@ -4,7 +4,11 @@
 
 #include <dlfcn.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 
@@ -71,6 +75,27 @@ void* module = nullptr;
 const char* libraryName = kLibraryName;
 Functions functions;
 
+// The library's tables are statics that exit() destroys, while a detached
+// reader (the tag reading of MPRIS or of the lyrics search) may still be
+// inside it. exit() waits for the analyses under way and lets no new one
+// start; one that outlasts kExitWaitSeconds (an address that does not answer)
+// ends the process without the destructors that would pull its tables away.
+constexpr int kExitWaitSeconds = 5;
+std::mutex busyMutex;
+std::condition_variable analysesDone;
+int analysesUnderWay = 0;
+bool exiting = false;
+
+void WaitForAnalysesAtExit() {
+  std::unique_lock lock(busyMutex);
+  exiting = true;
+  if (analysesDone.wait_for(lock, std::chrono::seconds(kExitWaitSeconds),
+                            [] { return analysesUnderWay == 0; }))
+    return;
+  std::fputs("MediaInfo: an analysis is still running; leaving without clean-up\n", stderr);
+  std::_Exit(EXIT_FAILURE);
+}
+
 std::wstring Wide(const QString& text) {
   return text.toStdWString();
 }
@@ -83,13 +108,20 @@ QString FromWide(const wchar_t* text) {
 class Analysis {
  public:
   explicit Analysis(const QString& path) {
+    {
+      std::lock_guard lock(busyMutex);
+      if (exiting) return;
+      ++analysesUnderWay;
+    }
     handle_ = functions.create();
     if (handle_ && functions.open(handle_, Wide(path).c_str()) != 0) opened_ = true;
+    if (!handle_) Finished();
   }
   ~Analysis() {
     if (!handle_) return;
     if (opened_) functions.close(handle_);
     functions.destroy(handle_);
+    Finished();
   }
   Analysis(const Analysis&) = delete;
   Analysis& operator=(const Analysis&) = delete;
@@ -98,6 +130,11 @@ class Analysis {
   void* Handle() const { return handle_; }
 
  private:
+  static void Finished() {
+    std::lock_guard lock(busyMutex);
+    if (--analysesUnderWay == 0) analysesDone.notify_all();
+  }
+
   void* handle_ = nullptr;
   bool opened_ = false;
 };
@@ -131,6 +168,9 @@ int Load() {
   functions.inform = reinterpret_cast<InformFn>(dlsym(handle, "MediaInfo_Inform"));
   functions.get = reinterpret_cast<GetFn>(dlsym(handle, "MediaInfo_Get"));
   module = handle;
+  // Registered after the library's own destructors, so run before them.
+  static const bool waitsAtExit = std::atexit(WaitForAnalysesAtExit) == 0;
+  (void)waitsAtExit;
   return 1;
 }
 

@@ -6,7 +6,8 @@
 // Threads: any. Load is serialised; an analysis holds its own handle, so the
 // interface thread's report and the lyrics worker's tag reading may overlap.
 // Each call can take as long as the library needs to read the file: never on
-// the interface thread.
+// the interface thread. exit() waits for the analyses under way, a few
+// seconds at most, so a detached reader never outlives the library's tables.
 
 #include <QString>
 

@@ -1,6 +1,7 @@
 #include "engine/external_tool.h"
 #include "foundation/media_info_library.h"
 #include "tests/engine/recording_video_output.h"
+#include "tests/support/child_process.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -10,7 +11,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <optional>
+#include <thread>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace zelvaro {
 namespace {
@@ -108,6 +116,29 @@ TEST(MediaInfoLibrary, ReportsAFileWithANameOutsideAscii) {
   MediaInfoLibrary::Inform(dir.filePath("absent.mkv"), &error);
   EXPECT_EQ(error, MediaInfoLibrary::AnalysisError::OpenFailed);
   EXPECT_FALSE(MediaInfoLibrary::ReadGeneralTags(dir.filePath("absent.mkv")));
+}
+
+TEST(MediaInfoLibrary, ExitWaitsForAnAnalysisUnderWayAndLeavesIfItNeverEnds) {
+  ASSERT_EQ(MediaInfoLibrary::Load(), 1);
+  const pid_t child = test::ForkChild([] {
+    // An address that takes the connection and never answers.
+    const int server = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    if (::bind(server, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        ::listen(server, 1) != 0 ||
+        ::getsockname(server, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+      return 2;
+    const QString url =
+        QStringLiteral("http://127.0.0.1:%1/stalled.mp3").arg(ntohs(address.sin_port));
+    std::thread([url] { MediaInfoLibrary::Inform(url); }).detach();
+    pollfd waiting{server, POLLIN, 0};
+    if (::poll(&waiting, 1, 10000) != 1 || ::accept(server, nullptr, nullptr) < 0) return 3;
+    std::exit(EXIT_SUCCESS);
+  });
+  EXPECT_EQ(test::WaitForExit(child), EXIT_FAILURE);
 }
 
 }  // namespace
