@@ -11,9 +11,11 @@
 namespace zelvaro {
 namespace {
 
-// Owns the mapping and the sample behind one frame's planes.
+// Owns the mapping behind one frame's planes, which holds the buffer. The
+// sample itself goes back at once: appsink fills the same sample again, and
+// cannot give it the caps of the next buffer (after a seek, say) while
+// anyone still holds it.
 struct MappedVideoSample {
-  SampleRef sample;
   GstVideoFrame frame{};
   bool mapped = false;
   ~MappedVideoSample() {
@@ -54,7 +56,6 @@ VideoFramePtr MapVideoSample(GstSample* sample) {
       return nullptr;
   }
   auto mapped = std::make_shared<MappedVideoSample>();
-  mapped->sample = SampleRef::Share(sample);
   if (!gst_video_frame_map(&mapped->frame, &info, buffer, GST_MAP_READ)) return nullptr;
   mapped->mapped = true;
 
