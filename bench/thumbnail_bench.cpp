@@ -130,7 +130,7 @@ void Sweep(const QString& clip) {
   constexpr int kMovesPerSecond = 60;
   constexpr int kSeconds = 5;
   constexpr double kIntervalMs = 1000.0 / kMovesPerSecond;
-  double longestCallMs = 0.0;
+  std::vector<double> callsMs;
   double longestCallCpuMs = 0.0;
   double totalCallMs = 0.0;
   double longestStallMs = 0.0;
@@ -152,7 +152,7 @@ void Sweep(const QString& clip) {
     const bool hit = !thumbnails.GetFrame(fraction, nullptr, nullptr).isNull();
     const double callMs = (MonotonicSeconds() - before) * 1000.0;
     longestCallCpuMs = std::max(longestCallCpuMs, ThreadCpuMs() - cpuBefore);
-    longestCallMs = std::max(longestCallMs, callMs);
+    callsMs.push_back(callMs);
     totalCallMs += callMs;
     pictures += hit ? 1 : 0;
     ++moves;
@@ -162,8 +162,15 @@ void Sweep(const QString& clip) {
   pointer.stop();
   std::printf("sweep, %d moves at %d a second (%d shown at once, %d frame-ready calls):\n", moves,
               kMovesPerSecond, pictures, callbacks);
+  // On a shared machine the longest call also holds whatever time the
+  // scheduler gave other threads in its middle: the CPU time below and the
+  // 99th percentile tell the call's own cost.
+  const double longestCallMs = Percentile(callsMs, 100);
+  const double p99CallMs = Percentile(callsMs, 99);
   PrintAgainst("  GetFrame on the calling thread, longest", longestCallMs * 1000.0, "us", "< 1 ms",
                longestCallMs < 1.0);
+  PrintAgainst("  GetFrame on the calling thread, p99", p99CallMs * 1000.0, "us", "< 1 ms",
+               p99CallMs < 1.0);
   PrintAgainst("  GetFrame CPU time on the calling thread, longest", longestCallCpuMs * 1000.0,
                "us", "< 1 ms", longestCallCpuMs < 1.0);
   PrintAgainst("  GetFrame on the calling thread, mean", totalCallMs * 1000.0 / std::max(moves, 1),
