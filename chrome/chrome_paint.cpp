@@ -6,6 +6,7 @@
 
 #include <QFileInfo>
 #include <QFontMetricsF>
+#include <QImageReader>
 #include <QPaintDevice>
 #include <QPainter>
 
@@ -48,11 +49,20 @@ QIcon ApplicationIcon() {
 
 IconSet::IconSet(const QStringList& names) {
   const QString dir = IconDir();
+  // The suffix names the format: left to guess, the reader would load and ask
+  // every image plugin first, a cost the first window to open would pay.
+  auto load = [](const QString& path, const QByteArray& format) {
+    QImageReader reader(path, format);
+    reader.setAutoDetectImageFormat(format.isEmpty());
+    return reader.read();
+  };
   for (const QString& name : names) {
     Source source;
-    source.normal.load(dir + name);
     const QFileInfo info(name);
-    source.doubled.load(dir + info.completeBaseName() + QStringLiteral("@2x.") + info.suffix());
+    const QByteArray format = info.suffix().toLower().toLatin1();
+    source.normal = load(dir + name, format);
+    source.doubled =
+        load(dir + info.completeBaseName() + QStringLiteral("@2x.") + info.suffix(), format);
     if (!source.normal.isNull() || !source.doubled.isNull()) sources_.insert(name, source);
   }
 }
