@@ -5,6 +5,7 @@
 #include "foundation/language_manager.h"
 
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QImageReader>
 #include <QPaintDevice>
@@ -31,6 +32,10 @@ QFont DesignFont(int cellHeight, int averageWidth) {
       font.setStretch(std::clamp(static_cast<int>(averageWidth * 100 / average), 50, 200));
   }
   return font;
+}
+
+void WarmUpFontDatabase() {
+  QFontDatabase::families();
 }
 
 QString IconDir() {

@@ -24,6 +24,12 @@ namespace zelvaro::chrome {
 // its average character is that wide.
 QFont DesignFont(int cellHeight, int averageWidth = 0);
 
+// Reads the system's fonts into the toolkit's font database (the font
+// configuration, then every face's description): the first text measured
+// would otherwise pay for it on the interface thread. For a worker thread,
+// once the QApplication exists; the database is thread-safe.
+void WarmUpFontDatabase();
+
 // The folder of the skin's icons, ending in '/'.
 QString IconDir();
 
