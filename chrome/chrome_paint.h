@@ -39,8 +39,9 @@ QIcon ApplicationIcon();
 
 class IconSet {
  public:
-  // Loads `names` ("play.png", ...) from IconDir(), with their "@2x"
-  // variants where present. A missing file is a null icon that draws nothing.
+  // Loads `names` ("play.png", ...) from IconDir(); their "@2x" variants,
+  // where present, when first drawn that large. A missing file is a null
+  // icon that draws nothing.
   explicit IconSet(const QStringList& names);
 
   bool Has(const QString& name) const;
@@ -52,7 +53,12 @@ class IconSet {
  private:
   struct Source {
     QImage normal;
-    QImage doubled;
+    QString doubledPath;
+    QByteArray format;
+    // The "@2x" image, read the first time it is wanted: at 1x it never is.
+    const QImage& Doubled() const;
+    mutable QImage doubled;
+    mutable bool doubledRead = false;
   };
   QHash<QString, Source> sources_;
   mutable QHash<QString, QPixmap> drawn_;  // name, tint and device size
