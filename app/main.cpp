@@ -1,6 +1,7 @@
 #include "app/application.h"
 #include "app/demo_capture.h"
 #include "app/main_window.h"
+#include "chrome/chrome_paint.h"
 #include "engine/gst_ref.h"
 #include "foundation/language_manager.h"
 #include "foundation/text_conversion.h"
@@ -45,6 +46,9 @@ int main(int argc, char* argv[]) {
   // window, instead of in front of the first file.
   std::thread warmUp(&zelvaro::WarmUpGStreamer);
   QApplication application(argc, argv);
+  // So does the font database, instead of in front of the first window
+  // (joined before the application goes).
+  std::jthread fontWarmUp(&zelvaro::chrome::WarmUpFontDatabase);
   zelvaro::UseUtf8CLocale();
   QApplication::setApplicationName(QStringLiteral("zelvaro"));
   QApplication::setDesktopFileName(QStringLiteral("zelvaro"));

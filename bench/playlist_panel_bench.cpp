@@ -7,6 +7,7 @@
 // Needs a display: bash packaging/run-headless.sh build/bin/bench_playlist_panel
 
 #include "app/dpi.h"
+#include "chrome/chrome_paint.h"
 #include "foundation/language_manager.h"
 #include "library/playlist_model.h"
 #include "panels/panel_list_view.h"
@@ -24,6 +25,7 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <thread>
 #include <vector>
 
 using namespace zelvaro;
@@ -81,6 +83,8 @@ int main(int argc, char** argv) {
   qputenv("XDG_CONFIG_HOME", (home.path() + "/config").toUtf8());
   qputenv("XDG_DATA_HOME", (home.path() + "/data").toUtf8());
   QApplication app(argc, argv);
+  // As the program starts: the font database loads on a worker meanwhile.
+  std::jthread fontWarmUp(&chrome::WarmUpFontDatabase);
   ComputeDpiScale();
   LanguageManager::Instance().Initialize();
 

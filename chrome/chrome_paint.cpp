@@ -5,7 +5,9 @@
 #include "foundation/language_manager.h"
 
 #include <QFileInfo>
+#include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QImageReader>
 #include <QPaintDevice>
 #include <QPainter>
 
@@ -32,6 +34,10 @@ QFont DesignFont(int cellHeight, int averageWidth) {
   return font;
 }
 
+void WarmUpFontDatabase() {
+  QFontDatabase::families();
+}
+
 QString IconDir() {
   return ResourceDir() + QStringLiteral("skins/default/Icons/");
 }
@@ -46,14 +52,35 @@ QIcon ApplicationIcon() {
   return icon;
 }
 
+namespace {
+
+// The suffix names the format: left to guess, the reader would load and ask
+// every image plugin first, a cost the first window to open would pay.
+QImage ReadImage(const QString& path, const QByteArray& format) {
+  QImageReader reader(path, format);
+  reader.setAutoDetectImageFormat(format.isEmpty());
+  return reader.read();
+}
+
+}  // namespace
+
+const QImage& IconSet::Source::Doubled() const {
+  if (!doubledRead) {
+    doubled = ReadImage(doubledPath, format);
+    doubledRead = true;
+  }
+  return doubled;
+}
+
 IconSet::IconSet(const QStringList& names) {
   const QString dir = IconDir();
   for (const QString& name : names) {
     Source source;
-    source.normal.load(dir + name);
     const QFileInfo info(name);
-    source.doubled.load(dir + info.completeBaseName() + QStringLiteral("@2x.") + info.suffix());
-    if (!source.normal.isNull() || !source.doubled.isNull()) sources_.insert(name, source);
+    source.format = info.suffix().toLower().toLatin1();
+    source.normal = ReadImage(dir + name, source.format);
+    source.doubledPath = dir + info.completeBaseName() + QStringLiteral("@2x.") + info.suffix();
+    if (!source.normal.isNull() || !source.Doubled().isNull()) sources_.insert(name, source);
   }
 }
 
@@ -73,9 +100,8 @@ void IconSet::Draw(QPainter& painter, const QString& name, const QRect& target,
   if (cached == drawn_.constEnd()) {
     // The larger source whenever the smaller would be enlarged.
     const QImage& normal = found->normal;
-    const QImage& source = (normal.isNull() || (side > normal.width() && !found->doubled.isNull()))
-                               ? found->doubled
-                               : normal;
+    const bool larger = normal.isNull() || side > normal.width();
+    const QImage& source = larger && !found->Doubled().isNull() ? found->Doubled() : normal;
     QImage scaled = source.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     if (tint.isValid()) scaled = TintedImage(scaled, tint);
     QPixmap pixmap = QPixmap::fromImage(scaled);

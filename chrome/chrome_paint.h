@@ -24,6 +24,12 @@ namespace zelvaro::chrome {
 // its average character is that wide.
 QFont DesignFont(int cellHeight, int averageWidth = 0);
 
+// Reads the system's fonts into the toolkit's font database (the font
+// configuration, then every face's description): the first text measured
+// would otherwise pay for it on the interface thread. For a worker thread,
+// once the QApplication exists; the database is thread-safe.
+void WarmUpFontDatabase();
+
 // The folder of the skin's icons, ending in '/'.
 QString IconDir();
 
@@ -33,8 +39,9 @@ QIcon ApplicationIcon();
 
 class IconSet {
  public:
-  // Loads `names` ("play.png", ...) from IconDir(), with their "@2x"
-  // variants where present. A missing file is a null icon that draws nothing.
+  // Loads `names` ("play.png", ...) from IconDir(); their "@2x" variants,
+  // where present, when first drawn that large. A missing file is a null
+  // icon that draws nothing.
   explicit IconSet(const QStringList& names);
 
   bool Has(const QString& name) const;
@@ -46,7 +53,12 @@ class IconSet {
  private:
   struct Source {
     QImage normal;
-    QImage doubled;
+    QString doubledPath;
+    QByteArray format;
+    // The "@2x" image, read the first time it is wanted: at 1x it never is.
+    const QImage& Doubled() const;
+    mutable QImage doubled;
+    mutable bool doubledRead = false;
   };
   QHash<QString, Source> sources_;
   mutable QHash<QString, QPixmap> drawn_;  // name, tint and device size

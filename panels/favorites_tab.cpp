@@ -32,6 +32,7 @@ const FavoriteGroup* GroupAt(int group) {
 }  // namespace
 
 void PlaylistWindow::BuildFavoritesTab() {
+  if (groupCombo_) return;
   groupCombo_ = new QComboBox(this);
   groupCombo_->setObjectName(QStringLiteral("GroupCombo"));
   groupCombo_->setFont(chrome::DesignFont(Scaled(kComboFont)));
@@ -71,9 +72,11 @@ void PlaylistWindow::BuildFavoritesTab() {
   connect(favoritesList_, &QWidget::customContextMenuRequested, this, [this](QPoint point) {
     ShowContextMenu(favoritesList_->viewport()->mapToGlobal(point));
   });
+  LayoutChildren();
 }
 
 void PlaylistWindow::RefreshGroups() {
+  BuildFavoritesTab();
   const std::vector<FavoriteGroup>& groups = FavoritesDatabase::Instance().Groups();
   groupCombo_->clear();
   for (const FavoriteGroup& group : groups) groupCombo_->addItem(group.name);
@@ -82,6 +85,7 @@ void PlaylistWindow::RefreshGroups() {
 }
 
 void PlaylistWindow::RefreshFavorites() {
+  BuildFavoritesTab();
   const FavoriteGroup* group = GroupAt(selectedGroup_);
   favoritesModel_->SetRowCount(group ? static_cast<int>(group->items.size()) : 0);
   favoritesList_->viewport()->update();
@@ -95,7 +99,7 @@ void PlaylistWindow::StartFavorite(int row) {
   }
   const FavoriteItem item = group->items[static_cast<size_t>(row)];
   if (run_) run_->Start(selectedGroup_, row);
-  favoritesList_->viewport()->update();
+  favoritesList()->viewport()->update();
   int index = model_->FindByPath(item.file_path);
   if (index < 0) {
     model_->AddFile(item.file_path);
@@ -112,6 +116,7 @@ void PlaylistWindow::StartFavorite(int row) {
 }
 
 void PlaylistWindow::OnFavoriteRowChanged(int row) {
+  BuildFavoritesTab();
   if (run_ && run_->Group() == selectedGroup_ && row >= 0 && row < favoritesModel_->rowCount()) {
     favoritesList_->SelectSingleRow(row, true);
     favoritesList_->scrollTo(favoritesModel_->index(row, 0));
@@ -123,7 +128,7 @@ void PlaylistWindow::MoveFavorite(int delta) {
   std::vector<FavoriteGroup>& groups = FavoritesDatabase::Instance().Groups();
   if (selectedGroup_ < 0 || selectedGroup_ >= static_cast<int>(groups.size())) return;
   std::vector<FavoriteItem>& items = groups[static_cast<size_t>(selectedGroup_)].items;
-  const std::vector<int> rows = favoritesList_->SelectedRowList();
+  const std::vector<int> rows = favoritesList()->SelectedRowList();
   if (rows.empty()) return;
   const int from = rows.front();
   const int to = from + delta;
@@ -167,6 +172,7 @@ void PlaylistWindow::AddSelectedToFavorites() {
 }
 
 void PlaylistWindow::RemoveSelectedFavorites() {
+  BuildFavoritesTab();
   if (selectedGroup_ < 0) return;
   std::vector<int> rows = favoritesList_->SelectedRowList();
   for (auto it = rows.rbegin(); it != rows.rend(); ++it) {

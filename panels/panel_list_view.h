@@ -2,8 +2,12 @@
 // PanelListView: the virtual list of the playlist panel (PlaylistList) and of
 // its favourites tab (FavoritesList). The model holds no rows: it knows the
 // row count and asks its owner for a cell's text when a row is painted, so a
-// list of 100,000 items costs nothing until rows show. Rows are painted by
-// hand: the owner gives each row's colours, selection shows as a frame only.
+// list of 100,000 items costs nothing until rows show. The view keeps nothing
+// per row either: rows are all one height, so a row's place is arithmetic and
+// a count change costs the same for ten rows as for 100,000 (a tree view
+// would lay out an entry per row, megabytes the interface thread first has to
+// touch). Rows are painted by hand: the owner gives each row's colours,
+// selection shows as a frame only.
 //
 // The view also runs the reorder drag of the playlist (press, move past the
 // drag distance, drop marker, auto-scroll, Esc or the right button cancel)
@@ -13,11 +17,11 @@
 // Interface thread only. The owner (PlaylistWindow) owns the view as a child
 // and must outlive nothing here: callbacks are plain functions it sets once.
 
+#include <QAbstractItemView>
 #include <QAbstractTableModel>
 #include <QColor>
 #include <QHeaderView>
 #include <QStringList>
-#include <QTreeView>
 
 #include <functional>
 #include <vector>
@@ -54,10 +58,16 @@ struct RowColors {
   QColor background;
 };
 
-class PanelListView : public QTreeView {
+class PanelListView : public QAbstractItemView {
   Q_OBJECT
  public:
   PanelListView(PanelListModel* model, QWidget* parent);
+
+  QHeaderView* header() const { return header_; }
+  QRect visualRect(const QModelIndex& index) const override;
+  void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
+  QModelIndex indexAt(const QPoint& point) const override;
+  void reset() override;
 
   std::function<RowColors(int row)> rowColors;
   // Enter (first selected row) and double click.
@@ -79,9 +89,16 @@ class PanelListView : public QTreeView {
   QPoint RowCenter(int row) const;
 
  protected:
-  void drawRow(QPainter* painter, const QStyleOptionViewItem& option,
-               const QModelIndex& index) const override;
-  void drawBranches(QPainter*, const QRect&, const QModelIndex&) const override {}
+  QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+  int horizontalOffset() const override;
+  int verticalOffset() const override;
+  bool isIndexHidden(const QModelIndex&) const override { return false; }
+  void setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) override;
+  QRegion visualRegionForSelection(const QItemSelection& selection) const override;
+  void updateGeometries() override;
+  void scrollContentsBy(int dx, int dy) override;
+  void rowsInserted(const QModelIndex& parent, int start, int end) override;
+  void changeEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
@@ -93,9 +110,23 @@ class PanelListView : public QTreeView {
   void dropEvent(QDropEvent* event) override;
 
  private:
+  void DrawRow(QPainter* painter, const QStyleOptionViewItem& option, int row) const;
+  // The rows changed in number or order: scroll range, header, repaint.
+  void Relayout();
+  // The height every row takes: the tallest cell of the first row.
+  int RowSizeHint() const;
+  int RowCount() const;
+  // The row at viewport height `y`, as the scroll position places rows; may
+  // lie outside the rows.
+  int RowAtY(int y) const;
   void UpdateDropRow(QPoint viewportPoint);
   void EndDrag(bool drop);
 
+  QHeaderView* header_;
+  int rowHeight_ = 0;
+  // Rows or font changed since the height was measured.
+  bool rowHeightStale_ = true;
+  bool inGeometries_ = false;
   int pressRow_ = -1;
   QPoint pressPoint_;
   bool dragActive_ = false;

@@ -70,7 +70,6 @@ PlaylistWindow::PlaylistWindow(PlaylistModel* model, FavoriteRun* run, PanelHost
   resize(Scaled(kPanelDesignWidth), Scaled(kPanelDesignHeight));
   setFont(chrome::DesignFont(Scaled(kTitleFont)));
   BuildPlaylistTab();
-  BuildFavoritesTab();
   if (run_) run_->SetRowChangedCallback([this](int row) { OnFavoriteRowChanged(row); });
   LayoutChildren();
 }
@@ -145,12 +144,14 @@ void PlaylistWindow::LayoutChildren() {
   const bool playlist = activeTab_ == 0;
   searchEdit_->setVisible(playlist);
   playlistList_->setVisible(playlist);
-  groupCombo_->setVisible(!playlist);
-  favoritesList_->setVisible(!playlist);
+  if (groupCombo_) {
+    groupCombo_->setVisible(!playlist);
+    favoritesList_->setVisible(!playlist);
+  }
   if (playlist) {
     searchEdit_->setGeometry(layout.search);
     playlistList_->setGeometry(layout.list);
-  } else {
+  } else if (groupCombo_) {
     groupCombo_->setGeometry(layout.groupCombo);
     favoritesList_->setGeometry(layout.favoritesList);
   }
@@ -325,7 +326,7 @@ void PlaylistWindow::UpdateLanguage() {
   setWindowTitle(LanguageManager::GetString(u"Playlist.Title"));
   searchEdit_->setPlaceholderText(LanguageManager::GetString(u"Playlist.SearchCue"));
   playlistModel_->RefreshHeadings();
-  favoritesModel_->RefreshHeadings();
+  if (favoritesModel_) favoritesModel_->RefreshHeadings();
   update();
 }
 

@@ -78,9 +78,15 @@ class PlaylistWindow : public QWidget, public PlaylistView {
   void RemoveSelectedFavorites();
 
   PanelListView* playlistList() const { return playlistList_; }
-  PanelListView* favoritesList() const { return favoritesList_; }
+  PanelListView* favoritesList() {
+    BuildFavoritesTab();
+    return favoritesList_;
+  }
   QLineEdit* searchEdit() const { return searchEdit_; }
-  QComboBox* groupCombo() const { return groupCombo_; }
+  QComboBox* groupCombo() {
+    BuildFavoritesTab();
+    return groupCombo_;
+  }
 
   // PlaylistView.
   void SetRowCount(int rows) override;
@@ -106,6 +112,8 @@ class PlaylistWindow : public QWidget, public PlaylistView {
 
  private:
   void BuildPlaylistTab();
+  // Made the first time the favourites tab or anything on it is wanted: the
+  // hidden tab adds nothing to the panel's creation at start-up.
   void BuildFavoritesTab();
   void LayoutChildren();
   void PaintButtons(QPainter& painter, const PlaylistPanelLayout& layout);

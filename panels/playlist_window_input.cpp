@@ -177,7 +177,7 @@ void PlaylistWindow::PlayRow(int row) {
   // Playing from the playlist ends a favourites run.
   if (run_ && run_->Active()) {
     run_->End();
-    favoritesList_->viewport()->update();
+    if (favoritesList_) favoritesList_->viewport()->update();
   }
   if (host_) host_->PostPlayerMessage(WM_PLAYER_PLAY_INDEX, filtered[static_cast<size_t>(row)]);
 }

@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <QFontMetrics>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QTest>
 
 #include <functional>
@@ -222,6 +223,23 @@ class TitleBarWindowTest : public QObject {
     const QIcon icon = ApplicationIcon();
     QCOMPARE(icon.availableSizes().size(), 6);
     QCOMPARE(icon.pixmap(48).toImage().pixelColor(24, 24).alpha(), 255);
+  }
+
+  void iconSetDrawsTheSkinsIconsAtBothSizes() {
+    const IconSet icons({QStringLiteral("close.png"), QStringLiteral("missing.png")});
+    QVERIFY(!icons.Has(QStringLiteral("missing.png")));
+    for (const int side : {16, 32}) {
+      QImage canvas(side, side, QImage::Format_ARGB32_Premultiplied);
+      canvas.fill(Qt::transparent);
+      QPainter painter(&canvas);
+      icons.Draw(painter, QStringLiteral("close.png"), canvas.rect());
+      painter.end();
+      int drawn = 0;
+      for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x) drawn += canvas.pixelColor(x, y).alpha() > 128;
+      }
+      QVERIFY(drawn > 0);
+    }
   }
 
  private:

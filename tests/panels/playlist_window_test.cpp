@@ -25,6 +25,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QUrl>
 
 namespace zelvaro {
@@ -93,7 +94,22 @@ class PlaylistWindowTest : public QObject {
     QVERIFY2(panels::PlaylistCellsFormatted() - before < 2000,
              qPrintable(QString::number(panels::PlaylistCellsFormatted() - before)));
 
+    // The arrows move the current row and the list follows it, a row at a
+    // time past either edge (the player keeps the other keys).
     list->setFocus();
+    const int page = list->verticalScrollBar()->pageStep();
+    const struct {
+      int from;
+      Qt::Key key;
+      int row, top;
+    } moves[] = {{page - 1, Qt::Key_Down, page, 1}, {1, Qt::Key_Up, 0, 0}};
+    for (const auto& move : moves) {
+      list->setCurrentIndex(list->model()->index(move.from, 0));
+      QTest::keyClick(list, move.key);
+      QCOMPARE(list->currentIndex().row(), move.row);
+      QCOMPARE(list->verticalScrollBar()->value(), move.top);
+      QVERIFY(list->viewport()->rect().contains(list->visualRect(list->currentIndex())));
+    }
     QTest::keyClick(list, Qt::Key_A, Qt::ControlModifier);
     QCOMPARE(panel->SelectedRows().size(), size_t{100000});
     panel->searchEdit()->setFocus();
