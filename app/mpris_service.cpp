@@ -18,6 +18,7 @@
 #include <QUrl>
 
 #include <cmath>
+#include <cstdlib>
 #include <thread>
 
 namespace zelvaro {
@@ -33,6 +34,9 @@ const QString kNoTrack = QStringLiteral("/org/mpris/MediaPlayer2/TrackList/NoTra
 // move at all.
 constexpr qint64 kPlayingJumpToleranceUs = 1'000'000;
 constexpr qint64 kPausedJumpToleranceUs = 1'000;
+// How far a playing position may read behind the last one (the shown frame
+// against the clock) and still count as the same run.
+constexpr qint64 kPlayingJitterUs = 100'000;
 
 qint64 ToUs(double seconds) {
   return static_cast<qint64>(std::llround(seconds * 1e6));
@@ -53,6 +57,16 @@ void CollectChanges(const QVariantMap& before, const QVariantMap& now, QVariantM
 }
 
 }  // namespace
+
+bool PositionJumped(const MprisView& before, const MprisView& now, qint64 elapsedUs) {
+  if (!before.running)
+    return std::llabs(now.positionUs - before.positionUs) > kPausedJumpToleranceUs;
+  const qint64 expectedUs =
+      before.positionUs + static_cast<qint64>(static_cast<double>(elapsedUs) * before.rate);
+  const bool fellBehind =
+      now.positionUs >= before.positionUs - kPlayingJitterUs && now.positionUs <= expectedUs;
+  return !fellBehind && std::llabs(now.positionUs - expectedUs) > kPlayingJumpToleranceUs;
+}
 
 MprisService::MprisService(MainWindow& window, QDBusConnection bus)
     : window_(window), bus_(std::move(bus)), mailbox_(std::make_shared<WorkerMailbox>(this)) {
@@ -108,7 +122,8 @@ MprisView MprisService::View() {
   QVariantMap& player = view.player;
   player.insert(QStringLiteral("PlaybackStatus"), StatusName(state, open));
   player.insert(QStringLiteral("Rate"), view.rate);
-  player.insert(QStringLiteral("Metadata"), Metadata(path, view.trackId, duration));
+  player.insert(QStringLiteral("Metadata"),
+                Metadata(path, view.trackId, duration, open ? graph->GetInputTags() : InputTags{}));
   player.insert(QStringLiteral("Volume"), graph ? static_cast<double>(graph->Volume()) : 0.0);
   player.insert(QStringLiteral("CanGoNext"), favorites || (index >= 0 && index + 1 < count));
   player.insert(QStringLiteral("CanGoPrevious"), favorites || index > 0);
@@ -120,7 +135,7 @@ MprisView MprisService::View() {
 }
 
 QVariantMap MprisService::Metadata(const QString& path, const QString& trackId,
-                                   double durationSeconds) const {
+                                   double durationSeconds, const InputTags& tags) const {
   QVariantMap metadata;
   metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(QDBusObjectPath(trackId)));
   if (path.isEmpty()) return metadata;
@@ -128,15 +143,12 @@ QVariantMap MprisService::Metadata(const QString& path, const QString& trackId,
   const bool url = IsUrl(path);
   metadata.insert(QStringLiteral("xesam:url"),
                   url ? path : QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded));
-  const bool current = path == mediaPath_ && tags_.has_value();
-  QString title = current ? tags_->title : QString();
+  QString title = tags.title;
   if (title.isEmpty()) title = url ? path : QFileInfo(path).completeBaseName();
   metadata.insert(QStringLiteral("xesam:title"), title);
-  if (current && !tags_->performer.isEmpty()) {
-    metadata.insert(QStringLiteral("xesam:artist"), QStringList{tags_->performer});
-  }
-  if (current && !tags_->album.isEmpty())
-    metadata.insert(QStringLiteral("xesam:album"), tags_->album);
+  if (!tags.artist.isEmpty())
+    metadata.insert(QStringLiteral("xesam:artist"), QStringList{tags.artist});
+  if (!tags.album.isEmpty()) metadata.insert(QStringLiteral("xesam:album"), tags.album);
   if (!coverPath_.isEmpty()) {
     metadata.insert(QStringLiteral("mpris:artUrl"), QUrl::fromLocalFile(coverPath_).toString());
   }
@@ -160,15 +172,10 @@ void MprisService::Refresh() {
   bool jumped = false;
   if (haveBaseline_ && now.trackId == baseline_.trackId && now.trackId != kNoTrack &&
       (settled || jumpRequested_)) {
-    const qint64 elapsedUs = sinceBaseline_.nsecsElapsed() / 1000;
-    const qint64 expectedUs =
-        baseline_.positionUs +
-        (baseline_.running ? static_cast<qint64>(static_cast<double>(elapsedUs) * baseline_.rate)
-                           : 0);
-    const qint64 tolerance = baseline_.running ? kPlayingJumpToleranceUs : kPausedJumpToleranceUs;
     const bool stopped =
         now.player.value(QStringLiteral("PlaybackStatus")).toString() == u"Stopped";
-    if (jumpRequested_ || (!stopped && std::llabs(now.positionUs - expectedUs) > tolerance)) {
+    if (jumpRequested_ ||
+        (!stopped && PositionJumped(baseline_, now, sinceBaseline_.nsecsElapsed() / 1000))) {
       emit playerAdaptor_->Seeked(now.positionUs);
       jumped = true;
     }
@@ -202,18 +209,6 @@ void MprisService::FollowMedia(const QString& path) {
   if (path == mediaPath_) return;
   mediaPath_ = path;
   ++trackNumber_;
-  tags_.reset();
-  if (path.isEmpty() || IsUrl(path)) return;
-  std::thread([mailbox = mailbox_, path, service = this] {
-    auto tags = MediaInfoLibrary::ReadGeneralTags(path);
-    if (!tags) return;
-    // Delivered only while the service lives: it closes the mailbox first.
-    mailbox->Post([service, path, tags = std::move(*tags)] {
-      if (service->mediaPath_ != path) return;
-      service->tags_ = tags;
-      service->Refresh();
-    });
-  }).detach();
 }
 
 void MprisService::FollowCover() {

@@ -13,13 +13,14 @@
 // message. Seeked goes out for every jump of the position, whoever made it
 // (bar, key, A-B loop or the bus).
 //
-// The tags of the file (title, artist, album) are read on a detached worker
-// and come back through a WorkerMailbox; a cover is written to a file of the
-// runtime directory, also on a worker, for mpris:artUrl, and removed with
-// the service. The service borrows the window, which outlives it.
+// The title, artist and album are the tags the playing graph has seen; a
+// cover is written to a file of the runtime directory on a detached worker,
+// which reports back through a WorkerMailbox, for mpris:artUrl, and is
+// removed with the service. The service borrows the window, which outlives
+// it.
 
 #include "app/worker_mailbox.h"
-#include "foundation/media_info_library.h"
+#include "engine/input_tags.h"
 
 #include <QDBusConnection>
 #include <QDBusObjectPath>
@@ -30,7 +31,6 @@
 #include <QVariantMap>
 
 #include <memory>
-#include <optional>
 
 namespace zelvaro {
 
@@ -47,6 +47,12 @@ struct MprisView {
   bool running = false;  // the position moves by itself
   double rate = 1.0;
 };
+
+// Whether the position moved other than by playing between two looks, when
+// `elapsedUs` apart on the same track. A position that falls behind the
+// clock without going back (a stall, a slow decoder, a late frame) is no
+// jump: clients would draw a seek the user never made.
+bool PositionJumped(const MprisView& before, const MprisView& now, qint64 elapsedUs);
 
 class MprisService : public QObject {
   Q_OBJECT
@@ -85,8 +91,9 @@ class MprisService : public QObject {
   void Quit();
 
  private:
-  QVariantMap Metadata(const QString& path, const QString& trackId, double durationSeconds) const;
-  // Start the workers for a new file's tags and a new cover's file.
+  QVariantMap Metadata(const QString& path, const QString& trackId, double durationSeconds,
+                       const InputTags& tags) const;
+  // A new input is a new track; a new cover starts the worker for its file.
   void FollowMedia(const QString& path);
   void FollowCover();
   void SendPending();
@@ -98,10 +105,9 @@ class MprisService : public QObject {
   MprisPlayerAdaptor* playerAdaptor_ = nullptr;  // a child; Qt deletes it
   std::shared_ptr<WorkerMailbox> mailbox_;
 
-  // The file the tags and track id belong to.
+  // The input the track id belongs to.
   QString mediaPath_;
   int trackNumber_ = 0;
-  std::optional<MediaInfoLibrary::GeneralTags> tags_;
   qint64 coverKey_ = 0;
   QString coverPath_;
 

@@ -120,6 +120,10 @@ void GraphManager::FollowBuffering() {
   }
 }
 
+InputTags GraphManager::GetInputTags() const {
+  return graph_ ? graph_->Tags(hasVideo_) : InputTags{};
+}
+
 int GraphManager::BufferingPercent() const {
   return graph_ ? graph_->BufferingPercent() : 100;
 }

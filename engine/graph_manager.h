@@ -43,6 +43,7 @@
 #include "engine/decoder_policy.h"
 #include "engine/frame_capture.h"
 #include "engine/graph_events.h"
+#include "engine/input_tags.h"
 #include "engine/proc_amp.h"
 
 #include <QRect>
@@ -274,6 +275,9 @@ class GraphManager {
   int State() const { return state_; }
   const QString& CurrentPath() const { return currentPath_; }
   bool HasVideo() const { return hasVideo_; }
+  // Title, artist and album as the input has told them so far; empty fields
+  // until its tags pass the sinks, and for an input without them.
+  InputTags GetInputTags() const;
   bool IsUrlInput() const { return isUrlInput_; }
   bool VideoConnected() const { return videoConnected_; }
   // The hardware mode of this open (LAV_HWAccel numbering).

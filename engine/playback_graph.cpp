@@ -328,6 +328,13 @@ void PlaybackGraph::HandleBusMessage(GstMessage* message) {
       }
       break;
     }
+    case GST_MESSAGE_TAG: {
+      GstTagList* rawTags = nullptr;
+      gst_message_parse_tag(message, &rawTags);
+      tags_.Note(rawTags);
+      if (rawTags != nullptr) gst_tag_list_unref(rawTags);
+      break;
+    }
     case GST_MESSAGE_EOS:
       if (built_ && onEvent_) onEvent_(kEcComplete);
       break;

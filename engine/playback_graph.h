@@ -34,6 +34,7 @@
 #include "engine/decoder_policy.h"
 #include "engine/decoder_settings.h"
 #include "engine/gst_ref.h"
+#include "engine/input_tags.h"
 #include "engine/stream_inventory.h"
 #include "engine/subtitle_stream_tap.h"
 
@@ -154,6 +155,9 @@ class PlaybackGraph {
   // caps it could not take (not negotiated on its lane).
   bool LastErrorWasHardwareDecoder() const;
 
+  // What the tags that reached the sinks say of the input (input_tags.h).
+  InputTags Tags(bool hasVideo) const { return tags_.Read(hasVideo); }
+
   // The network buffer's last level, 0 to 100; 100 when nothing buffers.
   int BufferingPercent() const { return bufferingPercent_; }
 
@@ -209,6 +213,7 @@ class PlaybackGraph {
   // report would move the interface on once more.
   std::atomic<bool> errorReported_{false};
   std::atomic<int> bufferingPercent_{100};
+  InputTagCollector tags_;  // guards itself
 
   std::mutex streamMutex_;         // one stream is linked at a time
   std::set<GstPad*> handledPads_;  // guarded by streamMutex_

@@ -1,5 +1,7 @@
 #include "engine/stream_inventory.h"
 
+#include "engine/input_tags.h"
+
 #include <QLocale>
 
 #include <algorithm>
@@ -16,13 +18,6 @@ StreamKind KindOfStreamType(GstStreamType type) {
   if ((type & GST_STREAM_TYPE_AUDIO) != 0) return StreamKind::kAudio;
   if ((type & GST_STREAM_TYPE_TEXT) != 0) return StreamKind::kSubtitle;
   return StreamKind::kOther;
-}
-
-QString TagString(const GstTagList* tags, const char* tag) {
-  gchar* value = nullptr;
-  if (tags == nullptr || !gst_tag_list_get_string(tags, tag, &value)) return {};
-  GCharHandle owned{value};
-  return QString::fromUtf8(value).trimmed();
 }
 
 // The tags of a stream as they stand now: its stream object's, then what

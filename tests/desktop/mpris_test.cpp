@@ -3,9 +3,11 @@
 // signals it sends (Seeked, PropertiesChanged) and calls SetPosition.
 
 #include "app/commands.h"
+#include "app/mpris_service.h"
 #include "engine/graph_manager.h"
 #include "library/playlist_model.h"
 #include "tests/app/shell_test_support.h"
+#include "tests/support/test_paths.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -132,6 +134,12 @@ class MprisTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(window_->graph()->CurrentPath(), episodes_[1], kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(Playerctl({"metadata", "xesam:title"}), QStringLiteral("Episode 2"),
                               kWaitMs);
+
+    // A tagged file is named by its tags.
+    QVERIFY(window_->OpenFile(test::FixturePath("cover_art.mp3")));
+    QTRY_COMPARE_WITH_TIMEOUT(
+        Playerctl({"metadata", "--format", "{{xesam:title}}|{{xesam:artist}}|{{xesam:album}}"}),
+        QStringLiteral("Fixture Tone|Zelvaro Tests|Fixtures"), kWaitMs);
   }
 
   // A key's pause and volume step, in one turn of the loop: one signal with
@@ -185,6 +193,38 @@ class MprisTest : public QObject {
     // The keyed jump and the two obeyed calls.
     QTRY_COMPARE_WITH_TIMEOUT(observer.seeked.size(), 3, kWaitMs);
     QVERIFY(std::abs(observer.seeked.last() - 2'500'000) < 300'000);
+  }
+
+  // A clock reading against the last: only a position the playing could not
+  // have reached is a jump, however late the picture runs.
+  void JumpsAreToldFromStallsAndJitter() {
+    const auto view = [](qint64 positionUs, bool running, double rate = 1.0) {
+      MprisView v;
+      v.positionUs = positionUs;
+      v.running = running;
+      v.rate = rate;
+      return v;
+    };
+    struct Case {
+      const char* name;
+      MprisView before, now;
+      qint64 elapsedUs;
+      bool jumped;
+    } cases[] = {
+        {"on time", view(10'000'000, true), view(10'250'000, true), 250'000, false},
+        {"stalled for seconds", view(10'000'000, true), view(10'000'000, true), 4'000'000, false},
+        {"a frame behind the last", view(10'000'000, true), view(9'960'000, true), 2'000'000,
+         false},
+        {"forward", view(10'000'000, true), view(15'250'000, true), 250'000, true},
+        {"back past the last", view(10'000'000, true), view(8'900'000, true), 250'000, true},
+        {"back within a slow look", view(10'000'000, true), view(9'500'000, true), 4'000'000, true},
+        {"twice as fast", view(10'000'000, true, 2.0), view(14'000'000, true), 2'000'000, false},
+        {"paused and still", view(10'000'000, false), view(10'000'000, false), 4'000'000, false},
+        {"paused and moved", view(10'000'000, false), view(10'040'000, false), 250'000, true},
+    };
+    for (const Case& c : cases) {
+      QVERIFY2(PositionJumped(c.before, c.now, c.elapsedUs) == c.jumped, c.name);
+    }
   }
 
  private:

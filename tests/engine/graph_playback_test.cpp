@@ -202,6 +202,45 @@ TEST_F(GraphPlaybackTest, AudioOnlyFileIsBuiltAgainInSoftware) {
   EXPECT_EQ(graph.HwAccel(), kHwAccelDefault);
 }
 
+// The desktop names what plays by these: the container's tags, and a sound
+// stream's own in a file of sound alone, never a film's track names.
+TEST_F(GraphPlaybackTest, TagsNameTheInputAndNotItsTracks) {
+  const QString tone = FixturePath("cover_art.mp3");
+  const QString film = FixturePath("pattern_h264_aac.mp4");
+  const InputTags fixture{"Fixture Tone", "Zelvaro Tests", "Fixtures"};
+  struct Case {
+    const char* name;
+    QStringList arguments;  // for MakeMedia; empty plays the fixture itself
+    InputTags expected;
+  } cases[] = {
+      {"tone.mp3", {}, fixture},
+      {"tone.flac", {"-i", tone, "-map", "0:a", "-t", "1", "-c:a", "flac"}, fixture},
+      {"titled.mkv",
+       {"-i", film, "-t", "1", "-c", "copy", "-metadata", "title=The Film", "-metadata:s:a:0",
+        "title=Commentary"},
+       {"The Film", {}, {}}},
+      {"untitled.mkv",
+       {"-i", film, "-t", "1", "-c", "copy", "-metadata:s:a:0", "title=Commentary",
+        "-metadata:s:v:0", "title=Main"},
+       {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const QString path = c.arguments.isEmpty() ? tone : MakeMedia(home.Root(), c.name, c.arguments);
+    ASSERT_FALSE(path.isEmpty());
+    ASSERT_TRUE(graph.OpenFile(path));
+    ASSERT_TRUE(graph.Play());
+    // Every tag precedes the data past the sinks.
+    ASSERT_TRUE(WaitForPosition(0.3));
+    const InputTags tags = graph.GetInputTags();
+    EXPECT_EQ(tags.title.toStdString(), c.expected.title.toStdString());
+    EXPECT_EQ(tags.artist.toStdString(), c.expected.artist.toStdString());
+    EXPECT_EQ(tags.album.toStdString(), c.expected.album.toStdString());
+  }
+  graph.Close();
+  EXPECT_EQ(graph.GetInputTags(), InputTags{});
+}
+
 TEST_F(GraphPlaybackTest, VideoWithoutSoundPlaysToItsEnd) {
   const QString silent =
       MakeMedia(home.Root(), "silent.mp4",
