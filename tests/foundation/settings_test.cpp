@@ -296,7 +296,7 @@ TEST(SettingsDocumentTest, RandomDocumentsSurviveSerialization) {
 // Two players writing at once: each child process is this binary running the
 // Writer case below with its own prefix.
 constexpr char kWriterPrefixVariable[] = "ZELVARO_SETTINGS_WRITER_PREFIX";
-constexpr int kWritesPerProcess = 1000;
+constexpr int kWritesPerProcess = 300;
 
 TEST(SettingsStressTest, Writer) {
   const QByteArray prefix = qgetenv(kWriterPrefixVariable);
