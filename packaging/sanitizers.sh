@@ -18,6 +18,13 @@ here=$(cd "$(dirname "$0")" && pwd)
 export ASAN_OPTIONS="detect_leaks=1:fast_unwind_on_malloc=0:check_initialization_order=1:strict_init_order=1:detect_odr_violation=1:abort_on_error=0:print_summary=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export LSAN_OPTIONS="suppressions=$here/lsan.supp:print_suppressions=0"
+# Mesa's llvmpipe compiles shaders with LLVM, which registers their unwind
+# tables with libgcc; libgcc allocates under its own lock when it next looks
+# one up, and the full unwinder, called from that allocation, asks for the
+# same lock and waits forever (video_renderer_test and every window test on
+# OpenGL hung so). softpipe without LLVM draws the same pictures and compiles
+# nothing.
+export GALLIUM_DRIVER=softpipe DRAW_USE_LLVM=0
 # GStreamer's plugins are not instrumented; a registry built by this run
 # keeps the run from rewriting the developer's own.
 export GST_REGISTRY="${GST_REGISTRY:-${TMPDIR:-/tmp}/zelvaro-asan-gst-registry-$(id -u).bin}"
