@@ -2,6 +2,8 @@
 
 #include "engine/gst_ref.h"
 
+#include <utility>
+
 namespace zelvaro {
 
 QString TagString(const GstTagList* tags, const char* tag) {
@@ -11,23 +13,32 @@ QString TagString(const GstTagList* tags, const char* tag) {
   return QString::fromUtf8(value).trimmed();
 }
 
+namespace {
+
+constexpr std::pair<const char*, QString InputTags::*> kFields[] = {
+    {GST_TAG_TITLE, &InputTags::title},
+    {GST_TAG_ARTIST, &InputTags::artist},
+    {GST_TAG_ALBUM, &InputTags::album},
+};
+
+}  // namespace
+
 void InputTagCollector::Note(const GstTagList* tags) {
   if (tags == nullptr) return;
-  const QString title = TagString(tags, GST_TAG_TITLE);
-  const QString artist = TagString(tags, GST_TAG_ARTIST);
-  const QString album = TagString(tags, GST_TAG_ALBUM);
+  InputTags found;
+  for (const auto& [tag, field] : kFields) found.*field = TagString(tags, tag);
   std::lock_guard<std::mutex> guard(mutex_);
   InputTags& into = gst_tag_list_get_scope(tags) == GST_TAG_SCOPE_GLOBAL ? global_ : stream_;
-  if (!title.isEmpty()) into.title = title;
-  if (!artist.isEmpty()) into.artist = artist;
-  if (!album.isEmpty()) into.album = album;
+  for (const auto& [tag, field] : kFields) {
+    if (!(found.*field).isEmpty()) into.*field = found.*field;
+  }
 }
 
 InputTags InputTagCollector::Read(bool hasVideo) const {
   std::lock_guard<std::mutex> guard(mutex_);
   InputTags tags = global_;
   if (hasVideo) return tags;
-  for (auto field : {&InputTags::title, &InputTags::artist, &InputTags::album}) {
+  for (const auto& [tag, field] : kFields) {
     if ((tags.*field).isEmpty()) tags.*field = stream_.*field;
   }
   return tags;
